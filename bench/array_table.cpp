@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "core_clock.h"
-#include "kernels/bracket.h"
 #include "kernels/instruction_sets.h"
 
 namespace bench {
@@ -40,15 +39,32 @@ std::optional<double> limitOf(const ArrayKernel& kernel, std::uint32_t size,
     return limits->bytesPerCycle(registerWidth(kernel.word), storesPerLoad);
 }
 
-/// The least of many, since anything else that happens only adds to it.
-double emptyBracketTicks() {
-    static const double ticks = [] {
-        std::uint64_t least = UINT64_MAX;
-        for (int i = 0; i < 10000; ++i)
-            least = std::min(least, Kestrel::timed([] {}));
-        return static_cast<double>(least);
-    }();
-    return ticks;
+/// What a few calls took, with the core clock beside them.
+struct Sample {
+    double ticksPerCall;
+    double cyclesPerCall;  ///< 0 where the clock was not steady
+};
+
+Sample sampleCalls(const ArrayRow& row, std::span<std::byte> memory, double ticksPerSecond) {
+    constexpr double seconds = 50e-6;
+    std::byte* const begin = memory.data();
+    std::byte* const end = begin + memory.size();
+    const auto call = [&] { return row.kernel->run(begin, end, row.argument()); };
+
+    call();  // the row before has left its own lines in the caches
+    const CoreClock clock;
+    std::uint64_t ticks = 0, calls = 0;
+    do {
+        ticks += call();
+        ++calls;
+    } while (static_cast<double>(ticks) < seconds * ticksPerSecond);
+    const double ticksPerCall = static_cast<double>(ticks) / static_cast<double>(calls);
+    return {ticksPerCall, ticksPerCall * clock.cyclesPerTick()};
+}
+
+void keepLeast(double& least, double cycles) {
+    if (cycles != 0 && (least == 0 || cycles < least))
+        least = cycles;
 }
 
 }  // namespace
@@ -57,8 +73,8 @@ std::uint32_t ArrayRow::argument() const {
     return kernel->argument == Kestrel::ArrayArgument::stride ? stride : repeatFor(size);
 }
 
-std::uint64_t ArrayRow::bytesPerCall() const {
-    const std::uint64_t words = size / stride;
+std::uint64_t ArrayRow::bytesPerCall(std::uint32_t ofSize) const {
+    const std::uint64_t words = ofSize / stride;
     const std::uint64_t sweep = words * kernel->word;
     switch (kernel->shape) {
         case ArrayShape::lls:
@@ -85,30 +101,32 @@ std::vector<ArrayRow> arrayRows(const std::optional<LoadStoreLimits>& limits) {
     return rows;
 }
 
+bool ArrayRow::isShort() const {
+    // Half of fewer words would be over before the first reading of the counter is.
+    constexpr std::uint32_t fewestWords = 256;
+    return size <= firstLevel && size / stride >= fewestWords &&
+           kernel->argument != Kestrel::ArrayArgument::repeat;
+}
+
+std::optional<double> ArrayRow::netBytesPerCycle() const {
+    if (!isShort() || leastCycles <= leastCyclesOfHalf)
+        return std::nullopt;
+    return static_cast<double>(bytesPerCall(size) - bytesPerCall(size / 2)) /
+           (leastCycles - leastCyclesOfHalf);
+}
+
 void sampleArray(ArrayRow& row, std::span<std::byte> memory, double ticksPerSecond) {
-    constexpr double sampleSeconds = 50e-6;
-    std::byte* const begin = memory.data();
-    std::byte* const end = begin + row.size;
-    const auto call = [&] { return row.kernel->run(begin, end, row.argument()); };
-
-    call();  // the row before has left its own lines in the caches
-    CoreClock clock;
-    std::uint64_t ticks = 0, calls = 0;
-    do {
-        ticks += call();
-        ++calls;
-    } while (static_cast<double>(ticks) < sampleSeconds * ticksPerSecond);
-    const double cyclesPerTick = clock.cyclesPerTick();
-
-    const double bytes = static_cast<double>(row.bytesPerCall() * calls);
-    const double total = static_cast<double>(ticks);
+    const auto bytes = static_cast<double>(row.bytesPerCall(row.size));
+    const Sample whole = sampleCalls(row, memory.first(row.size), ticksPerSecond);
     row.gigabytesPerSecond =
-        std::max(row.gigabytesPerSecond, bytes / total * ticksPerSecond / 1e9);
-    if (cyclesPerTick == 0)
-        return;
-    const double net = total - emptyBracketTicks() * static_cast<double>(calls);
-    row.bytesPerCycle = std::max(row.bytesPerCycle, bytes / (total * cyclesPerTick));
-    row.netBytesPerCycle = std::max(row.netBytesPerCycle, bytes / (net * cyclesPerTick));
+        std::max(row.gigabytesPerSecond, bytes / whole.ticksPerCall * ticksPerSecond / 1e9);
+    keepLeast(row.leastCycles, whole.cyclesPerCall);
+    if (row.leastCycles != 0)
+        row.bytesPerCycle = bytes / row.leastCycles;
+    if (row.isShort()) {
+        const Sample half = sampleCalls(row, memory.first(row.size / 2), ticksPerSecond);
+        keepLeast(row.leastCyclesOfHalf, half.cyclesPerCall);
+    }
 }
 
 }  // namespace bench

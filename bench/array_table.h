@@ -20,12 +20,18 @@ struct ArrayRow {
     std::uint32_t stride;  ///< bytes
     std::uint32_t size;    ///< bytes of the array
     double bytesPerCycle = 0;
-    double netBytesPerCycle = 0;  ///< less what an empty bracket takes
     double gigabytesPerSecond = 0;
     std::optional<double> limit = std::nullopt;  ///< bytes a cycle, where it is known
 
-    [[nodiscard]] std::uint64_t bytesPerCall() const;
+    /// Bytes a cycle without what a call costs however short it is: the difference between calls
+    /// over the array and over its first half. Nothing for calls that are long anyway.
+    [[nodiscard]] std::optional<double> netBytesPerCycle() const;
+
+    [[nodiscard]] bool isShort() const;
+    [[nodiscard]] std::uint64_t bytesPerCall(std::uint32_t ofSize) const;
     [[nodiscard]] std::uint32_t argument() const;
+
+    double leastCycles = 0, leastCyclesOfHalf = 0;  ///< of one call; 0 before the first sample
 };
 
 /// All array kernels over sizes in the first, second and third-level cache and in memory.

@@ -60,19 +60,31 @@ std::string sizeText(std::uint32_t size) {
                             : std::to_string(size >> 10) + " KiB";
 }
 
+/// The figure, or what stands for one that does not exist.
+std::string figure(const std::optional<double>& value, int decimals, const char* missing) {
+    if (!value)
+        return missing;
+    char text[32];
+    std::snprintf(text, sizeof text, "%.*f", decimals, *value);
+    return text;
+}
+
 void printTable(const std::vector<ArrayRow>& rows) {
-    std::printf("%-26s %4s %6s %8s %8s %8s %7s %7s %8s\n", "kernel", "word", "stride", "size",
+    std::printf("%-26s %4s %6s %8s %8s %8s %8s %6s %8s\n", "kernel", "word", "stride", "size",
                 "B/cycle", "net", "limit", "share", "GB/s");
     for (const ArrayRow& row : rows) {
-        std::printf("%-26s %4u %6u %8s %8.2f %8.2f", row.kernel->name.data(), row.kernel->word,
-                    row.stride, sizeText(row.size).c_str(), row.bytesPerCycle,
-                    row.netBytesPerCycle);
-        if (row.limit)
-            std::printf(" %7.0f %5.1f %%", *row.limit, 100 * row.bytesPerCycle / *row.limit);
-        else
-            std::printf(" %7s %7s", "unknown", "");
-        std::printf(" %8.2f\n", row.gigabytesPerSecond);
+        const auto share =
+            row.limit ? std::optional(100 * row.bytesPerCycle / *row.limit) : std::nullopt;
+        std::printf("%-26s %4u %6u %8s %8.1f %8s %8s %6s %8.1f\n", row.kernel->name.data(),
+                    row.kernel->word, row.stride, sizeText(row.size).c_str(), row.bytesPerCycle,
+                    figure(row.netBytesPerCycle(), 1, "-").c_str(),
+                    figure(row.limit, 0, "unknown").c_str(), figure(share, 1, "-").c_str(),
+                    row.gigabytesPerSecond);
     }
+}
+
+nlohmann::json numberOrNull(const std::optional<double>& value) {
+    return value ? nlohmann::json(*value) : nlohmann::json();
 }
 
 nlohmann::json toJson(const bench::Processor& processor, const std::vector<ArrayRow>& rows,
@@ -85,8 +97,8 @@ nlohmann::json toJson(const bench::Processor& processor, const std::vector<Array
         one["stride"] = row.stride;
         one["size"] = row.size;
         one["bytesPerCycle"] = row.bytesPerCycle;
-        one["netBytesPerCycle"] = row.netBytesPerCycle;
-        one["limit"] = row.limit ? nlohmann::json(*row.limit) : nlohmann::json();
+        one["netBytesPerCycle"] = numberOrNull(row.netBytesPerCycle());
+        one["limit"] = numberOrNull(row.limit);
         one["gigabytesPerSecond"] = row.gigabytesPerSecond;
     }
     all["processor"] = processor.brand;

@@ -36,8 +36,7 @@ std::string readBrand() {
     if (__get_cpuid_max(0x80000000, nullptr) < 0x80000004)
         return "unknown";
     for (std::uint32_t i = 0; i < 3; ++i)
-        __cpuid(0x80000002 + i, words[4 * i], words[4 * i + 1], words[4 * i + 2],
-                words[4 * i + 3]);
+        __cpuid(0x80000002 + i, words[4 * i], words[4 * i + 1], words[4 * i + 2], words[4 * i + 3]);
     std::string text(sizeof words, '\0');
     std::memcpy(text.data(), words.data(), sizeof words);
     text.resize(std::strlen(text.c_str()));
