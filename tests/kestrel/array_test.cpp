@@ -59,7 +59,7 @@ TEST(Array, RoundsUpToWholePagesIn32Bits) {
 }
 
 TEST(Array, RefusesBadArgumentsAndLeavesNothing) {
-    const unsigned long none = 0, beyondWidth = 4, missing = 1ul << 30;
+    const unsigned long none = 0, beyondWidth = 4, missing = 1ul << 30, partlyMissing = 1 | missing;
     const bool numa = tern_file_exists("/sys/devices/system/node") != 0;
     constexpr std::uint32_t big = 256u << 20;
     const struct {
@@ -78,6 +78,8 @@ TEST(Array, RefusesBadArgumentsAndLeavesNothing) {
         {"no node within the width", big, pkSystem, &beyondWidth, 2, Array::aeInvalidArgument},
         {"rounding overflows", 0xFFFFFFFF, pkSystem, &nodeZero, 32, Array::aeMapFailed},
         {"a node that is not there", big, pkSystem, &missing, 32,
+         numa ? Array::aeBindFailed : Array::aeOk},
+        {"one node of two is not there", big, pkSystem, &partlyMissing, 32,
          numa ? Array::aeBindFailed : Array::aeOk},
     };
     for (const auto& c : cases) {
