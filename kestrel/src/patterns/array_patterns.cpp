@@ -87,7 +87,7 @@ std::uint64_t ArrayLLSPattern::runPass(PatternState& state) {
 }
 
 void ArrayLLSPattern::finish(const PatternState& state, WorkerResult& results) {
-    results.bytes = 6 * state.count * state.wordSize * results.iterations >> 3;
+    results.bytes = std::uint64_t{6} * state.count * state.wordSize * results.iterations >> 3;
 }
 
 std::uint32_t ArrayLLSPattern::iterationsPerPass() {
