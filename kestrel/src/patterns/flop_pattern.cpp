@@ -4,9 +4,7 @@ namespace Kestrel {
 
 FlopPattern::FlopPattern(std::uint32_t precision, std::uint32_t laneCode, std::uint32_t operation,
                          std::uint32_t loopCount)
-    : kernel(nullptr),
-      flopsPerInstruction(laneCount(laneCode) * (operation == fo_fma ? 2 : 1)),
-      instructionsPerLoop(16),
+    : flopsPerInstruction(laneCount(laneCode) * (operation == fo_fma ? 2 : 1)),
       loopCount(loopCount) {
     if (const FlopKernel* const row = findFlopKernel(precision, laneCount(laneCode), operation)) {
         kernel = row->run;

@@ -28,9 +28,9 @@ class FlopPattern : public BenchmarkBasePattern {
     void finish(const PatternState& state, WorkerResult& results) override;
 
   private:
-    std::uint64_t (*kernel)(std::uint32_t loopCount);
+    std::uint64_t (*kernel)(std::uint32_t loopCount) = nullptr;
     std::uint32_t flopsPerInstruction;
-    std::uint32_t instructionsPerLoop;
+    std::uint32_t instructionsPerLoop = 16;
     std::uint32_t loopCount;
 };
 
