@@ -6,30 +6,28 @@
 namespace Kestrel {
 namespace {
 
-template <class Word>
-std::uint64_t sweep(const std::byte* begin, const std::byte* end, std::uint32_t repeat) {
+template <class Register>
+std::uint64_t sweep(const std::byte* begin, const std::byte* end, std::uint32_t repeat,
+                    std::uint32_t word = Register::bytes) {
     // So many loads a turn that the loop's own instructions hide behind them.
-    constexpr std::uint32_t unroll = 16;
-    constexpr std::uint32_t block = unroll * Word::bytes;
-    const std::size_t words = static_cast<std::size_t>(end - begin) / Word::bytes;
-    const std::byte* const lastBlock = begin + words / unroll * block;
-    const std::byte* const lastWord = begin + words * Word::bytes;
+    constexpr std::uint32_t unroll = 16, block = unroll * Register::bytes;
+    const std::size_t size = static_cast<std::size_t>(end - begin) / word * word;
+    const std::byte* const lastBlock = begin + size / block * block;
+    const std::byte* const lastWord = begin + size;
     return timed([=] {
         for (std::uint32_t i = 0; i < repeat; ++i) {
-            const std::byte* p = begin;
-            for (; p != lastBlock; p += block)
-                unrolled<unroll, Word::bytes>(
-                    [=](std::uint32_t offset) { Word::load(p + offset); });
-            for (; p != lastWord; p += Word::bytes)
-                Word::load(p);
+            if (begin != lastBlock)
+                Register::template loadAll<unroll>(begin, lastBlock);
+            if (lastBlock != lastWord)
+                Register::template loadAll<1>(lastBlock, lastWord);
         }
     });
 }
 
-template <std::uint32_t size>
+template <std::uint32_t word>
 std::uint64_t sweepWidest(const std::byte* begin, const std::byte* end, std::uint32_t repeat) {
-    return withWidestRegister<size>(
-        [=]<class Word>(Word) { return sweep<Word>(begin, end, repeat); });
+    return withWidestRegister<word>(
+        [=]<class Register>(Register) { return sweep<Register>(begin, end, repeat, word); });
 }
 
 }  // namespace

@@ -7,36 +7,34 @@
 namespace Kestrel {
 namespace {
 
-/// `count` words of the array make quarters of count / 4 words. What is left of a quarter when
-/// `count` is no multiple of four goes by 4 bytes, so that exactly three quarters move.
-template <class Word>
-std::uint64_t sweep(std::byte* begin, const std::byte* end, std::uint32_t repeat) {
-    constexpr std::uint32_t unroll = 256 / Word::bytes;
-    constexpr std::uint32_t block = unroll * Word::bytes;
-    const std::size_t quarter =
-        static_cast<std::size_t>(end - begin) / Word::bytes * (Word::bytes / 4);
-    std::byte* const lastBlock = begin + quarter / block * block;
-    std::byte* const lastWord = begin + quarter / Word::bytes * Word::bytes;
-    std::byte* const last = begin + quarter;
+template <class Register>
+std::uint64_t sweep(std::byte* begin, const std::byte* end, std::uint32_t repeat,
+                    std::uint32_t word) {
+    constexpr std::uint32_t unroll = 4, block = unroll * Register::bytes;
+    // n words make quarters of n / 4. What is left of a quarter when n is no multiple of four goes
+    // by 4 bytes, so that exactly three quarters move.
+    const std::size_t quarter = static_cast<std::size_t>(end - begin) / word * (word / 4);
+    const std::size_t inBlocks = quarter / block * block;
+    const std::size_t inRegisters = quarter / Register::bytes * Register::bytes;
+    std::byte *const second = begin + quarter, *const third = second + quarter;
     return timed([=] {
         for (std::uint32_t i = 0; i < repeat; ++i) {
-            std::byte* p = begin;
-            for (; p != lastBlock; p += block)
-                unrolled<unroll, Word::bytes>([=](std::uint32_t offset) {
-                    Word::loadOr(p + offset, p + quarter + offset, p + 2 * quarter + offset);
-                });
-            for (; p != lastWord; p += Word::bytes)
-                Word::loadOr(p, p + quarter, p + 2 * quarter);
-            for (; p != last; p += Dword::bytes)
-                Dword::loadOr(p, p + quarter, p + 2 * quarter);
+            if (inBlocks != 0)
+                Register::template combineAll<unroll>(begin, second, third, begin + inBlocks);
+            if (inRegisters != inBlocks)
+                Register::template combineAll<1>(begin + inBlocks, second + inBlocks,
+                                                 third + inBlocks, begin + inRegisters);
+            if (quarter != inRegisters)
+                Dword::combineAll<1>(begin + inRegisters, second + inRegisters,
+                                     third + inRegisters, begin + quarter);
         }
     });
 }
 
-template <std::uint32_t size>
+template <std::uint32_t word>
 std::uint64_t sweepWidest(std::byte* begin, const std::byte* end, std::uint32_t repeat) {
-    return withWidestRegister<size>(
-        [=]<class Word>(Word) { return sweep<Word>(begin, end, repeat); });
+    return withWidestRegister<word>(
+        [=]<class Register>(Register) { return sweep<Register>(begin, end, repeat, word); });
 }
 
 }  // namespace

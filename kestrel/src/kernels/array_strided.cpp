@@ -11,36 +11,31 @@
 namespace Kestrel {
 namespace {
 
-template <class Word>
+template <class Register, std::uint32_t word = Register::bytes>
 std::uint64_t sweep(const std::byte* begin, const std::byte* end, std::uint32_t stride) {
+    constexpr std::uint32_t perWord = word / Register::bytes;
     const std::size_t size = static_cast<std::size_t>(end - begin);
-    if (size < Word::bytes)
+    if (size < word)
         return 0;
-    constexpr std::uint32_t unroll = 4;
     const std::size_t count = size / stride;
-    const std::size_t whole = std::min(count, (size - Word::bytes) / stride + 1);
-    const std::byte* const lastPlace = end - Word::bytes;
+    const std::size_t whole = std::min(count, (size - word) / stride + 1);
+    const std::size_t fours = whole / 4, ones = whole % 4, atEnd = count - whole;
+    const std::byte* const lastPlace = end - word;
     return timed([=] {
         const std::byte* p = begin;
-        const std::size_t stride3 = std::size_t{3} * stride;
-        for (std::size_t i = whole / unroll; i != 0; --i) {
-            Word::load(p);
-            Word::load(p + stride);
-            Word::load(p + std::size_t{2} * stride);
-            Word::load(p + stride3);
-            p += std::size_t{unroll} * stride;
-        }
-        for (std::size_t i = whole % unroll; i != 0; --i, p += stride)
-            Word::load(p);
-        for (std::size_t i = count - whole; i != 0; --i)
-            Word::load(lastPlace);
+        if (fours != 0)
+            p = Register::template loadStridedByFour<perWord>(p, stride, fours);
+        if (ones != 0)
+            Register::template loadStrided<perWord>(p, stride, ones);
+        if (atEnd != 0)
+            Register::template loadStrided<perWord>(lastPlace, 0, atEnd);
     });
 }
 
-template <std::uint32_t size>
+template <std::uint32_t word>
 std::uint64_t sweepWidest(const std::byte* begin, const std::byte* end, std::uint32_t stride) {
-    return withWidestRegister<size>(
-        [=]<class Word>(Word) { return sweep<Word>(begin, end, stride); });
+    return withWidestRegister<word>(
+        [=]<class Register>(Register) { return sweep<Register, word>(begin, end, stride); });
 }
 
 }  // namespace

@@ -8,12 +8,12 @@
 
 namespace Kestrel {
 
-/// Calls `kernel` for words of `size` bytes through the widest registers that the processor has,
-/// up to the word; returns its ticks.
+/// Calls `kernel` with the widest register that the processor has, up to words of `size` bytes
+/// (16 to 64); a wider word takes several. Returns the kernel's ticks.
 template <std::uint32_t size, class Kernel>
 std::uint64_t withWidestRegister(Kernel kernel) {
-    const auto through = [&]<class Register>(Register) {
-        const std::uint64_t ticks = kernel(Word<Register, size>());
+    const auto through = [&]<class Register>(Register reg) {
+        const std::uint64_t ticks = kernel(reg);
         Register::leave();
         return ticks;
     };
