@@ -2,45 +2,52 @@
 // the same time. Neither locked nor atomic: what the line's travels cost is what is measured.
 #include "bracket.h"
 #include "kestrel/kernels.h"
-#include "registers.h"
 
 namespace Kestrel {
 namespace {
 
-using MachineWord = std::uintptr_t;
+/// Load, modify, store: adds one, from a register, which gives the instruction the width of the
+/// machine word in both builds.
+struct AddOne {
+    template <std::uint32_t unroll>
+    static void loop(std::byte* slot, std::uint32_t turns) {
+        asm volatile("1: .rept %c[unroll]; add %[one], (%[slot]); .endr; dec %[turns]; jnz 1b"
+                     : [turns] "+r"(turns)
+                     : [slot] "r"(slot), [one] "r"(std::uintptr_t{1}), [unroll] "i"(unroll)
+                     : "cc", "memory");
+    }
+};
 
-/// Calls `operation` that often.
+struct Load {
+    template <std::uint32_t unroll>
+    static void loop(const std::byte* slot, std::uint32_t turns) {
+        std::uintptr_t value;
+        asm volatile("1: .rept %c[unroll]; mov (%[slot]), %[value]; .endr; dec %[turns]; jnz 1b"
+                     : [turns] "+&r"(turns), [value] "=&r"(value)
+                     : [slot] "r"(slot), [unroll] "i"(unroll)
+                     : "cc", "memory");
+    }
+};
+
 template <class Operation>
-[[gnu::always_inline]] inline std::uint64_t timedOften(std::uint32_t times, Operation operation) {
+std::uint64_t timedOften(std::byte* slot, std::uint32_t times) {
     // So many operations a turn that the loop's own instructions hide behind them.
     constexpr std::uint32_t unroll = 16;
     return timed([=] {
-        for (std::uint32_t i = times / unroll; i != 0; --i)
-            unrolled<unroll, 1>([=](std::uint32_t) { operation(); });
-        for (std::uint32_t i = times % unroll; i != 0; --i)
-            operation();
+        if (times >= unroll)
+            Operation::template loop<unroll>(slot, times / unroll);
+        if (times % unroll != 0)
+            Operation::template loop<1>(slot, times % unroll);
     });
 }
 
 }  // namespace
 }  // namespace Kestrel
 
-/// Load, modify, store: adds one.
 std::uint64_t kestrel___share_lms(std::byte* slot, std::uint32_t opsPerPass) {
-    using namespace Kestrel;
-    auto& word = target<sizeof(MachineWord)>(slot);
-    // The register operand gives the instruction the width of the machine word in both builds.
-    return timedOften(opsPerPass, [&word, one = MachineWord{1}] {
-        asm volatile("add %1, %0" : "+m"(word) : "r"(one) : "cc");
-    });
+    return Kestrel::timedOften<Kestrel::AddOne>(slot, opsPerPass);
 }
 
-/// Load only.
 std::uint64_t kestrel___share_lms_l(std::byte* slot, std::uint32_t opsPerPass) {
-    using namespace Kestrel;
-    const auto& word = source<sizeof(MachineWord)>(slot);
-    return timedOften(opsPerPass, [&word] {
-        MachineWord value;
-        asm volatile("mov %1, %0" : "=r"(value) : "m"(word));
-    });
+    return Kestrel::timedOften<Kestrel::Load>(slot, opsPerPass);
 }
