@@ -5,6 +5,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <climits>
 #include <memory>
 #include <new>
@@ -48,12 +50,37 @@ int mapFlags(std::uint32_t kind) {
     return fresh;
 }
 
+constexpr std::uint32_t wordBits = sizeof(unsigned long) * CHAR_BIT;
+
+bool hasNode(const unsigned long* mask, std::uint32_t node) {
+    return (mask[node / wordBits] >> (node % wordBits) & 1) != 0;
+}
+
 bool namesANode(const unsigned long* mask, std::uint32_t maxNode) {
-    constexpr std::uint32_t wordBits = sizeof(unsigned long) * CHAR_BIT;
     for (std::uint32_t node = 0; node < maxNode; ++node)
-        if ((mask[node / wordBits] >> (node % wordBits) & 1) != 0)
+        if (hasNode(mask, node))
             return true;
     return false;
+}
+
+/// Asks the kernel for the interleave policy. mbind takes a mask of which only some nodes have
+/// memory and are allowed, and silently leaves out the others; so what it took is read back, as
+/// otherwise other nodes would be measured than were asked for.
+bool interleave(std::byte* base, std::uint32_t length, const unsigned long* mask,
+                std::uint32_t maxNode) {
+    if (syscall(SYS_mbind, base, static_cast<unsigned long>(length), MPOL_INTERLEAVE, mask,
+                static_cast<unsigned long>(maxNode), MPOL_MF_STRICT) != 0)
+        return false;
+    constexpr std::uint32_t mostNodes = 1024;  // of any kernel's configuration
+    std::array<unsigned long, mostNodes / wordBits> taken{};
+    int mode = 0;
+    if (syscall(SYS_get_mempolicy, &mode, taken.data(), static_cast<unsigned long>(mostNodes), base,
+                static_cast<unsigned long>(MPOL_F_ADDR)) != 0)
+        return true;  // where it may not be asked, mbind's word is all there is
+    for (std::uint32_t node = 0; node < std::min(maxNode, mostNodes); ++node)
+        if (hasNode(mask, node) && !hasNode(taken.data(), node))
+            return false;
+    return true;
 }
 
 }  // namespace
@@ -98,8 +125,7 @@ Array::Error Array::allocate(std::uint32_t size, std::uint32_t kind, const unsig
     // Without this folder the kernel knows no nodes, and there is nothing to place.
     if (tern_file_exists(nodeFolder) == 0)
         return aeOk;
-    if (syscall(SYS_mbind, base, static_cast<unsigned long>(length), MPOL_INTERLEAVE, nodeMask,
-                static_cast<unsigned long>(maxNode), MPOL_MF_STRICT) != 0) {
+    if (!interleave(base, length, nodeMask, maxNode)) {
         release();
         return aeBindFailed;
     }

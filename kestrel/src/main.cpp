@@ -26,9 +26,7 @@ int fail(const char* text) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    flushDenormalsToZero();
-
+int parseAndRun(int argc, char** argv) {
     optkit::IParser* made = nullptr;
     if (optkit::createParser(&made) != 0)
         return fail("Failed to create command line parser");
@@ -48,4 +46,11 @@ int main(int argc, char** argv) {
     }
     Kestrel::readSettings(results.get(), settings);
     return Kestrel::runBenchmark(settings);
+}
+
+int main(int argc, char** argv) {
+    flushDenormalsToZero();
+    const int status = parseAndRun(argc, argv);
+    // Figures that nobody received (a full disk, a closed output) are no success.
+    return std::cout.good() ? status : -1;
 }
