@@ -57,23 +57,23 @@ int singleStep(const std::function<void()>& work,
     const pid_t child = fork();
     if (child == 0) {
         ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        raise(SIGSTOP);
+        asm volatile("int3" : : : "memory");
         work();
+        asm volatile("int3" : : : "memory");
         _exit(0);
     }
+    constexpr std::uint8_t breakpoint = 0xCC;
     int status = 0;
-    waitpid(child, &status, 0);  // the stop that it raised
+    waitpid(child, &status, 0);  // the first breakpoint
     const std::uint8_t* code = instructionPointer(child);
-    while (ptrace(PTRACE_SINGLESTEP, child, nullptr, nullptr) == 0 &&
+    while (*code != breakpoint && ptrace(PTRACE_SINGLESTEP, child, nullptr, nullptr) == 0 &&
            waitpid(child, &status, 0) == child && WIFSTOPPED(status) &&
            WSTOPSIG(status) == SIGTRAP) {
         look(Executed(code, child));
         code = instructionPointer(child);
     }
-    if (WIFEXITED(status) && WEXITSTATUS(status) == 0)
-        return 0;
-    const int signal = WIFSTOPPED(status) ? WSTOPSIG(status) : WTERMSIG(status);
     kill(child, SIGKILL);
-    waitpid(child, &status, 0);
-    return signal;
+    int ended = 0;
+    waitpid(child, &ended, 0);
+    return *code == breakpoint ? 0 : WSTOPSIG(status);
 }

@@ -23,8 +23,8 @@ class Executed {
     pid_t child;
 };
 
-/// Calls `work` in a child process and `look` after each instruction, of the library's leaving and
-/// returning as well. Returns the signal that the child met, or 0 when it came to its end.
+/// Calls `work` in a child process and `look` after each of its instructions. Returns the signal
+/// that ended it, or 0 when it came to its end.
 int singleStep(
     const std::function<void()>& work,
     const std::function<void(const Executed&)>& look = [](const Executed&) {});
