@@ -42,9 +42,9 @@ std::span<const PatternRow> allPatterns();
 
 /// A pattern ready to run.
 struct PatternSelection {
-    const PatternRow* row = nullptr;  ///< null: there is no such pattern
+    const PatternRow* row;
     std::unique_ptr<IPattern> pattern;
-    std::uint32_t arraySize = 0;  ///< bytes for each array
+    std::uint32_t arraySize;  ///< bytes for each array
 };
 
 PatternSelection selectPattern(const BenchmarkSettings& settings, std::uint32_t cpuCount);

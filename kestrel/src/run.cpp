@@ -176,9 +176,6 @@ const char* run(const BenchmarkSettings& settings) {
         return "Cpu mask conversion error";
     const PatternSelection selection =
         selectPattern(settings, static_cast<std::uint32_t>(cpus.size()));
-    if (selection.row == nullptr)
-        return "Unknown pattern";
-
     Crew crew(selection, cpus, nodeBits);
     if (const char* const error = crew.assemble())
         return error;

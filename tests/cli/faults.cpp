@@ -51,6 +51,15 @@ extern "C" {
     return next<decltype(mmap)>("mmap")(address, length, protection, flags, fd, offset);
 }
 
+/// As on a kernel without NUMA support, whose folder this program looks for.
+[[gnu::visibility("default")]] int access(const char* path, int mode) noexcept {
+    if (failsNow("access", [] {})) {
+        errno = ENOENT;
+        return -1;
+    }
+    return next<decltype(access)>("access")(path, mode);
+}
+
 [[gnu::visibility("default")]] int sched_setaffinity(pid_t thread, size_t size,
                                                      const cpu_set_t* set) noexcept {
     if (failsNow("sched_setaffinity", [] {})) {

@@ -23,13 +23,16 @@ constexpr std::chrono::seconds longestRun{60};
         if (*options.outputFile != '\0' && open(options.outputFile, O_WRONLY) != STDOUT_FILENO)
             _exit(126);
     }
-    std::vector<char*> argv = {const_cast<char*>(KESTREL_PROGRAM)};
+    std::vector<char*> argv;
+    for (const std::string& word : options.emulator)
+        argv.push_back(const_cast<char*>(word.c_str()));
+    argv.push_back(const_cast<char*>(KESTREL_PROGRAM));
     for (const std::string& argument : arguments)
         argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
     for (const std::string& variable : options.environment)
         putenv(const_cast<char*>(variable.c_str()));
-    execv(argv.front(), argv.data());
+    execvp(argv.front(), argv.data());
     _exit(127);
 }
 

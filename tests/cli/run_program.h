@@ -10,8 +10,9 @@ struct Outcome {
 };
 
 struct RunOptions {
-    std::vector<std::string> environment;  ///< "NAME=value", added to the test's own
-    const char* outputFile = nullptr;      ///< standard output goes there; "" closes it
+    std::vector<std::string> environment = {};  ///< "NAME=value", added to the test's own
+    const char* outputFile = nullptr;           ///< standard output goes there; "" closes it
+    std::vector<std::string> emulator = {};     ///< a command to run the program with
 };
 
 Outcome runProgram(const std::vector<std::string>& arguments, const RunOptions& options = {});

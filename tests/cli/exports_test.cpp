@@ -1,0 +1,26 @@
+// What the program offers to others by name.
+#ifdef FAULTS_LIBRARY  // not under sanitizers, which export their own functions
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <sstream>
+
+#include "kestrel/kernels.h"
+#include "run_program.h"
+
+TEST(Exports, AreTheFloatingPointKernelsAndNoOtherFunction) {
+    const Outcome run = runProgram({}, {.emulator = {"nm", "-D", "--defined-only"}});
+    ASSERT_EQ(run.status, 0) << run.output;
+    std::set<std::string> functions, expected;
+    std::istringstream lines(run.output);
+    for (std::string address, kind, name; lines >> address >> kind >> name;)
+        if (kind == "T" || kind == "W" || kind == "i")
+            functions.insert(name);
+    for (const Kestrel::FlopKernel& kernel : Kestrel::flopKernels)
+        expected.emplace(kernel.name);
+    EXPECT_EQ(functions, expected);
+    EXPECT_EQ(functions.size(), 18u);
+}
+
+#endif
