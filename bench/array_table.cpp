@@ -1,9 +1,10 @@
 #include "array_table.h"
 
 #include <algorithm>
+#include <vector>
 
-#include "core_clock.h"
 #include "kernels/instruction_sets.h"
+#include "table.h"
 
 namespace bench {
 namespace {
@@ -31,7 +32,7 @@ std::uint32_t registerWidth(std::uint32_t word) {
 }
 
 std::optional<double> limitOf(const ArrayKernel& kernel, std::uint32_t size,
-                              const std::optional<LoadStoreLimits>& limits) {
+                              const std::optional<ProcessorLimits>& limits) {
     // Non-temporal stores leave the caches, and their limit is the memory's, which no table has.
     if (!limits || size > firstLevel || kernel.shape == ArrayShape::fastmem)
         return std::nullopt;
@@ -39,94 +40,105 @@ std::optional<double> limitOf(const ArrayKernel& kernel, std::uint32_t size,
     return limits->bytesPerCycle(registerWidth(kernel.word), storesPerLoad);
 }
 
-/// What a few calls took, with the core clock beside them.
-struct Sample {
-    double ticksPerCall;
-    double cyclesPerCall;  ///< 0 where the clock was not steady
+class ArrayTable : public Table {
+  public:
+    explicit ArrayTable(const Context& given) : context(given) {
+        constexpr std::uint32_t line = 64;
+        for (const ArrayKernel& kernel : Kestrel::arrayKernels)
+            for (const std::uint32_t size : sizes) {
+                const bool strided = kernel.shape == ArrayShape::strided;
+                const std::uint32_t stride =
+                    strided ? std::max(line, 2 * kernel.word) : kernel.word;
+                all.push_back({&kernel, stride, size, limitOf(kernel, size, context.limits)});
+            }
+    }
+
+    [[nodiscard]] const char* name() const override { return "array"; }
+    [[nodiscard]] const char* legend() const override {
+        return "bytes a core cycle; \"net\" leaves out what a call costs however short it is; the "
+               "limit is that of the load and store units, in the first-level cache";
+    }
+    void sample() override {
+        for (ArrayRow& row : all)
+            sampleArray(row, context.memory, context.ticksPerSecond);
+    }
+    [[nodiscard]] nlohmann::ordered_json rows() const override {
+        nlohmann::ordered_json shown = nlohmann::ordered_json::array();
+        for (const ArrayRow& row : all) {
+            const auto reached = row.bytesPerCycle();
+            const auto share =
+                row.limit && reached ? std::optional(100 * *reached / *row.limit) : std::nullopt;
+            shown.push_back({{"kernel", row.kernel->name},
+                             {"word", row.kernel->word},
+                             {"stride", row.stride},
+                             {"KiB", row.size / kibibyte},
+                             {"B/cycle", numberOrNull(reached)},
+                             {"net", numberOrNull(row.netBytesPerCycle())},
+                             {"limit", numberOrNull(row.limit)},
+                             {"share %", numberOrNull(share)},
+                             {"GB/s", row.bytesPerSecond(context.ticksPerSecond) / 1e9}});
+        }
+        return shown;
+    }
+
+  private:
+    Context context;
+    std::vector<ArrayRow> all;
 };
-
-Sample sampleCalls(const ArrayRow& row, std::span<std::byte> memory, double ticksPerSecond) {
-    constexpr double seconds = 50e-6;
-    std::byte* const begin = memory.data();
-    std::byte* const end = begin + memory.size();
-    const auto call = [&] { return row.kernel->run(begin, end, row.argument()); };
-
-    call();  // the row before has left its own lines in the caches
-    const CoreClock clock;
-    std::uint64_t ticks = 0, calls = 0;
-    do {
-        ticks += call();
-        ++calls;
-    } while (static_cast<double>(ticks) < seconds * ticksPerSecond);
-    const double ticksPerCall = static_cast<double>(ticks) / static_cast<double>(calls);
-    return {ticksPerCall, ticksPerCall * clock.cyclesPerTick()};
-}
-
-void keepLeast(double& least, double cycles) {
-    if (cycles != 0 && (least == 0 || cycles < least))
-        least = cycles;
-}
 
 }  // namespace
 
-std::uint32_t ArrayRow::argument() const {
-    return kernel->argument == Kestrel::ArrayArgument::stride ? stride : repeatFor(size);
-}
-
 std::uint64_t ArrayRow::bytesPerCall(std::uint32_t ofSize) const {
-    const std::uint64_t words = ofSize / stride;
-    const std::uint64_t sweep = words * kernel->word;
-    switch (kernel->shape) {
-        case ArrayShape::lls:
-            return sweep * 3 / 4 * repeatFor(size);
-        case ArrayShape::fastmem:
-            return sweep * 3 / 4;
-        default:
-            return kernel->argument == Kestrel::ArrayArgument::repeat ? sweep * repeatFor(size)
-                                                                      : sweep;
-    }
-}
-
-std::vector<ArrayRow> arrayRows(const std::optional<LoadStoreLimits>& limits) {
-    constexpr std::uint32_t line = 64;
-    std::vector<ArrayRow> rows;
-    for (const ArrayKernel& kernel : Kestrel::arrayKernels)
-        for (const std::uint32_t size : sizes) {
-            ArrayRow row{&kernel, kernel.word, size};
-            if (kernel.shape == ArrayShape::strided)
-                row.stride = std::max(line, 2 * kernel.word);
-            row.limit = limitOf(kernel, size, limits);
-            rows.push_back(row);
-        }
-    return rows;
+    const std::uint64_t sweep = std::uint64_t{ofSize / stride} * kernel->word;
+    const bool repeats = kernel->argument == Kestrel::ArrayArgument::repeat;
+    const bool threeQuarters =
+        kernel->shape == ArrayShape::lls || kernel->shape == ArrayShape::fastmem;
+    return (threeQuarters ? sweep * 3 / 4 : sweep) * (repeats ? repeatFor(size) : 1);
 }
 
 bool ArrayRow::isShort() const {
     // Half of fewer words would be over before the first reading of the counter is.
     constexpr std::uint32_t fewestWords = 256;
     return size <= firstLevel && size / stride >= fewestWords &&
-           kernel->argument != Kestrel::ArrayArgument::repeat;
+           kernel->argument != Kestrel::ArrayArgument::repeat &&
+           kernel->shape != ArrayShape::fastmem;  // bound by memory, not by its length
+}
+
+double ArrayRow::bytesPerSecond(double ticksPerSecond) const {
+    return static_cast<double>(bytesPerCall(size)) / ticks.best() * ticksPerSecond;
+}
+
+std::optional<double> ArrayRow::bytesPerCycle() const {
+    if (cycles.best() == 0)
+        return std::nullopt;
+    return static_cast<double>(bytesPerCall(size)) / cycles.best();
 }
 
 std::optional<double> ArrayRow::netBytesPerCycle() const {
-    if (!isShort() || leastCycles <= leastCyclesOfHalf)
+    const double half = cyclesOfHalf.best();
+    if (!isShort() || half == 0 || cycles.best() <= half)
         return std::nullopt;
     return static_cast<double>(bytesPerCall(size) - bytesPerCall(size / 2)) /
-           (leastCycles - leastCyclesOfHalf);
+           (cycles.best() - half);
 }
 
 void sampleArray(ArrayRow& row, std::span<std::byte> memory, double ticksPerSecond) {
-    const auto bytes = static_cast<double>(row.bytesPerCall(row.size));
-    const Sample whole = sampleCalls(row, memory.first(row.size), ticksPerSecond);
-    row.gigabytesPerSecond =
-        std::max(row.gigabytesPerSecond, bytes / whole.ticksPerCall * ticksPerSecond / 1e9);
-    keepLeast(row.leastCycles, whole.cyclesPerCall);
-    if (row.leastCycles != 0)
-        row.bytesPerCycle = bytes / row.leastCycles;
-    if (row.isShort()) {
-        const Sample half = sampleCalls(row, memory.first(row.size / 2), ticksPerSecond);
-        keepLeast(row.leastCyclesOfHalf, half.cyclesPerCall);
-    }
+    const std::uint32_t argument =
+        row.kernel->argument == Kestrel::ArrayArgument::stride ? row.stride : repeatFor(row.size);
+    const auto sampleOf = [&](std::uint32_t size) {
+        return sampleCalls(ticksPerSecond, [&] {
+            return row.kernel->run(memory.data(), memory.data() + size, argument);
+        });
+    };
+    const Sample whole = sampleOf(row.size);
+    row.ticks.add(whole.ticksPerCall);
+    row.cycles.add(whole.cyclesPerCall);
+    if (row.isShort())
+        row.cyclesOfHalf.add(sampleOf(row.size / 2).cyclesPerCall);
+}
+
+std::unique_ptr<Table> makeArrayTable(const Context& context) {
+    return std::make_unique<ArrayTable>(context);
 }
 
 }  // namespace bench

@@ -122,7 +122,7 @@ double ownRate(const ArrayWork& work, std::span<std::byte> memory, double ticksP
     ArrayRow row{kernel, work.word, work.size / 256 * 256};
     for (int i = 0; i < 20; ++i)
         sampleArray(row, memory, ticksPerSecond);
-    return row.gigabytesPerSecond * giga;
+    return row.bytesPerSecond(ticksPerSecond);
 }
 
 double ownRate(const FlopWork& work, std::span<std::byte> /*memory*/, double ticksPerSecond) {

@@ -65,40 +65,63 @@ constexpr const char* intelManual =
 struct Row {
     std::string_view vendor;
     std::uint32_t family, firstModel, lastModel;
-    LoadStoreLimits limits;
+    ProcessorLimits limits;
 };
 
+constexpr ProcessorLimits zen1{2, 16, 1, 16, 2, 2, 16, true, amdGuide55723};
+constexpr ProcessorLimits zen2{2, 32, 1, 32, 2, 2, 32, true, amdGuide56305};
+constexpr ProcessorLimits zen3{2, 32, 1, 32, 2, 2, 32, true, amdGuide56665};
+constexpr ProcessorLimits zen4{2, 32, 1, 32, 2, 2, 32, true, amdGuide57647};
+constexpr ProcessorLimits zen5{2, 64, 1, 64, 2, 2, 64, true, amdGuide58455};
+constexpr ProcessorLimits haswell{2, 32, 1, 32, 1, 2, 32, false, intelManual};
+constexpr ProcessorLimits skylake{2, 32, 1, 32, 2, 2, 32, false, intelManual};
+// Whether there is a second unit for 512-bit arithmetic differs within a model.
+constexpr ProcessorLimits skylakeServer{2, 64, 1, 64, 2, 2, 32, false, intelManual};
+
+// The first row that matches counts.
 constexpr Row table[] = {
-    {"AuthenticAMD", 0x17, 0x00, 0x2F, {2, 16, 1, 16, amdGuide55723}},
-    {"AuthenticAMD", 0x17, 0x30, 0xFF, {2, 32, 1, 32, amdGuide56305}},
-    {"AuthenticAMD", 0x19, 0x10, 0x1F, {2, 32, 1, 32, amdGuide57647}},
-    {"AuthenticAMD", 0x19, 0x60, 0xAF, {2, 32, 1, 32, amdGuide57647}},
-    {"AuthenticAMD", 0x19, 0x00, 0xFF, {2, 32, 1, 32, amdGuide56665}},
-    {"AuthenticAMD", 0x1A, 0x00, 0xFF, {2, 64, 1, 64, amdGuide58455}},
-    // Skylake and Cascade Lake servers; Ice Lake; Sapphire and Emerald Rapids.
-    {"GenuineIntel", 0x6, 0x55, 0x55, {2, 64, 1, 64, intelManual}},
-    {"GenuineIntel", 0x6, 0x6A, 0x6C, {2, 64, 1, 64, intelManual}},
-    {"GenuineIntel", 0x6, 0x7D, 0x7E, {2, 64, 1, 64, intelManual}},
-    {"GenuineIntel", 0x6, 0x8F, 0x8F, {2, 64, 1, 64, intelManual}},
-    {"GenuineIntel", 0x6, 0xCF, 0xCF, {2, 64, 1, 64, intelManual}},
-    // Haswell, Broadwell, Skylake and Kaby Lake clients and servers without 512-bit units.
-    {"GenuineIntel", 0x6, 0x3C, 0x3F, {2, 32, 1, 32, intelManual}},
-    {"GenuineIntel", 0x6, 0x45, 0x4F, {2, 32, 1, 32, intelManual}},
-    {"GenuineIntel", 0x6, 0x56, 0x56, {2, 32, 1, 32, intelManual}},
-    {"GenuineIntel", 0x6, 0x5E, 0x5E, {2, 32, 1, 32, intelManual}},
-    {"GenuineIntel", 0x6, 0x8E, 0x8E, {2, 32, 1, 32, intelManual}},
-    {"GenuineIntel", 0x6, 0x9E, 0x9E, {2, 32, 1, 32, intelManual}},
+    {"AuthenticAMD", 0x17, 0x00, 0x2F, zen1},
+    {"AuthenticAMD", 0x17, 0x30, 0xFF, zen2},
+    {"AuthenticAMD", 0x19, 0x10, 0x1F, zen4},
+    {"AuthenticAMD", 0x19, 0x60, 0xAF, zen4},
+    {"AuthenticAMD", 0x19, 0x00, 0xFF, zen3},
+    {"AuthenticAMD", 0x1A, 0x00, 0x1F, zen5},  // servers
+    {"AuthenticAMD", 0x1A, 0x40, 0x4F, zen5},  // desktops; mobile models have narrower units
+    {"GenuineIntel", 0x6, 0x55, 0x55, skylakeServer},  // Skylake and Cascade Lake
+    {"GenuineIntel", 0x6, 0x6A, 0x6C, skylakeServer},  // Ice Lake servers
+    {"GenuineIntel", 0x6, 0x8F, 0x8F, skylakeServer},  // Sapphire Rapids
+    {"GenuineIntel", 0x6, 0xCF, 0xCF, skylakeServer},  // Emerald Rapids
+    {"GenuineIntel", 0x6, 0x3C, 0x3C, haswell},
+    {"GenuineIntel", 0x6, 0x3F, 0x3F, haswell},
+    {"GenuineIntel", 0x6, 0x45, 0x46, haswell},
+    {"GenuineIntel", 0x6, 0x3D, 0x3D, haswell},  // Broadwell, like the next two
+    {"GenuineIntel", 0x6, 0x4F, 0x4F, haswell},
+    {"GenuineIntel", 0x6, 0x56, 0x56, haswell},
+    {"GenuineIntel", 0x6, 0x4E, 0x4E, skylake},
+    {"GenuineIntel", 0x6, 0x5E, 0x5E, skylake},
+    {"GenuineIntel", 0x6, 0x8E, 0x8E, skylake},  // Kaby Lake and its kin
+    {"GenuineIntel", 0x6, 0x9E, 0x9E, skylake},
 };
 
 }  // namespace
 
-double LoadStoreLimits::bytesPerCycle(std::uint32_t width, double storesPerLoad) const {
+double ProcessorLimits::bytesPerCycle(std::uint32_t width, double storesPerLoad) const {
     const auto rate = [width](std::uint32_t perCycle, std::uint32_t widest) {
         return perCycle * std::min(1.0, static_cast<double>(widest) / width);
     };
     const double cyclesPerLoad =
         std::max(1 / rate(loads, loadWidth), storesPerLoad / rate(stores, storeWidth));
     return width * (1 + storesPerLoad) / cyclesPerLoad;
+}
+
+std::optional<double> ProcessorLimits::instructionsPerCycle(std::uint32_t width,
+                                                            bool addition) const {
+    const double rate = addition ? additions : multiplications;
+    if (width <= arithmeticWidth)
+        return rate;
+    if (!splitsWider)
+        return std::nullopt;
+    return rate * arithmeticWidth / width;
 }
 
 Processor thisProcessor() {

@@ -1,0 +1,148 @@
+// The share kernels: alone, beside a neighbour in the same cache line, and in lines apart.
+#include <sched.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "kernels/bracket.h"
+#include "kestrel/kernels.h"
+#include "sample.h"
+#include "table.h"
+
+namespace bench {
+namespace {
+
+using Kernel = std::uint64_t (*)(std::byte* slot, std::uint32_t operations);
+
+/// Two lines apart: some processors fetch lines in pairs.
+constexpr std::uint32_t sameLine = 8, linesApart = 128;
+constexpr std::uint32_t operations = 4096;
+
+struct Row {
+    const char* kernel;
+    Kernel run;
+    const char* beside;
+    std::uint32_t neighbourOffset;  ///< of the neighbour's slot; 0 where there is none
+    Samples cycles{};               ///< of one call
+};
+
+/// Adds to a slot of its own on another CPU for as long as it lives.
+class Neighbour {
+  public:
+    Neighbour(std::uint32_t cpu, std::byte* slot) : thread([=, this] { work(cpu, slot); }) {
+        while (!running)
+            std::this_thread::yield();
+    }
+    ~Neighbour() {
+        stop = true;
+        thread.join();
+    }
+    Neighbour(const Neighbour&) = delete;
+    Neighbour& operator=(const Neighbour&) = delete;
+
+  private:
+    void work(std::uint32_t cpu, std::byte* slot) {
+        cpu_set_t set;
+        CPU_ZERO(&set);
+        CPU_SET(cpu, &set);
+        sched_setaffinity(0, sizeof set, &set);
+        running = true;
+        while (!stop)
+            kestrel___share_lms(slot, operations);
+    }
+
+    std::atomic<bool> running = false, stop = false;
+    std::thread thread;
+};
+
+/// A CPU that is not ours and that a thread can be pinned to.
+std::optional<std::uint32_t> otherCpu(std::uint32_t own) {
+    cpu_set_t before;
+    sched_getaffinity(0, sizeof before, &before);
+    std::optional<std::uint32_t> found;
+    for (std::uint32_t cpu = 0; cpu < CPU_SETSIZE && !found; ++cpu) {
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(cpu, &one);
+        if (cpu != own && sched_setaffinity(0, sizeof one, &one) == 0)
+            found = cpu;
+    }
+    sched_setaffinity(0, sizeof before, &before);
+    return found;
+}
+
+/// A loop of nothing but the plain instruction, which a share kernel alone is held against.
+std::uint64_t plainAdd(std::byte* slot, std::uint32_t times) {
+    return Kestrel::timed([=] {
+        for (std::uint32_t i = times; i != 0; --i)
+            asm volatile("add %1, (%0)" : : "r"(slot), "r"(std::uintptr_t{1}) : "memory");
+    });
+}
+
+std::uint64_t plainLoad(std::byte* slot, std::uint32_t times) {
+    return Kestrel::timed([=] {
+        std::uintptr_t value;
+        for (std::uint32_t i = times / 16; i != 0; --i)
+            asm volatile(".rept 16; mov (%1), %0; .endr" : "=&r"(value) : "r"(slot) : "memory");
+    });
+}
+
+class ShareTable : public Table {
+  public:
+    explicit ShareTable(const Context& given) : context(given), other(otherCpu(given.cpu)) {
+        all = {{"plain add", plainAdd, "alone", 0},
+               {"kestrel___share_lms", kestrel___share_lms, "alone", 0},
+               {"plain load", plainLoad, "alone", 0},
+               {"kestrel___share_lms_l", kestrel___share_lms_l, "alone", 0}};
+        if (!other)
+            return;
+        for (const auto& [beside, offset] : {std::pair("a writer in the line", sameLine),
+                                             std::pair("a writer lines apart", linesApart)}) {
+            all.push_back({"kestrel___share_lms", kestrel___share_lms, beside, offset});
+            all.push_back({"kestrel___share_lms_l", kestrel___share_lms_l, beside, offset});
+        }
+    }
+
+    [[nodiscard]] const char* name() const override { return "share"; }
+    [[nodiscard]] const char* legend() const override {
+        return "core cycles an operation: the best alone, the median beside a worker on another "
+               "CPU, where there is one, since there luck is a sample without contention";
+    }
+    void sample() override {
+        for (Row& row : all) {
+            std::optional<Neighbour> neighbour;
+            if (row.neighbourOffset != 0)
+                neighbour.emplace(*other, context.memory.data() + row.neighbourOffset);
+            const Sample sample = sampleCalls(
+                context.ticksPerSecond, [&] { return row.run(context.memory.data(), operations); });
+            row.cycles.add(sample.cyclesPerCall);
+        }
+    }
+    [[nodiscard]] nlohmann::ordered_json rows() const override {
+        nlohmann::ordered_json shown = nlohmann::ordered_json::array();
+        for (const Row& row : all) {
+            const double cycles =
+                row.neighbourOffset != 0 ? row.cycles.median() : row.cycles.best();
+            const auto perOperation =
+                cycles != 0 ? std::optional(cycles / operations) : std::nullopt;
+            shown.push_back({{"kernel", row.kernel},
+                             {"beside", row.beside},
+                             {"cycle/op", numberOrNull(perOperation)}});
+        }
+        return shown;
+    }
+
+  private:
+    Context context;
+    std::optional<std::uint32_t> other;
+    std::vector<Row> all;
+};
+
+}  // namespace
+
+std::unique_ptr<Table> makeShareTable(const Context& context) {
+    return std::make_unique<ShareTable>(context);
+}
+
+}  // namespace bench
