@@ -9,11 +9,11 @@ namespace bench {
 /// make a chain look slower. About 40 microseconds. 0 where it cannot be said.
 double coreCyclesPerTick();
 
-/// The core clock beside one measurement. Whoever reads it before and after and takes the larger
-/// never counts too few cycles.
+/// The core clock beside one measurement, read before and after. Where readings differ the highest
+/// counts, so that never too few cycles are counted, and no figure gets above what is possible.
 class CoreClock {
   public:
-    CoreClock() : before(coreCyclesPerTick()) {}
+    CoreClock();
 
     /// Core cycles for each tick since construction; 0 where the clock has changed meanwhile and
     /// nothing can be said.
