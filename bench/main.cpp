@@ -107,7 +107,7 @@ nlohmann::json toJson(const bench::Processor& processor, const std::vector<Array
     return all;
 }
 
-int bench_main(const Options& options) {
+int runBenchmark(const Options& options) {
     if (!pinTo(options.cpu))
         throw std::runtime_error("cannot pin to CPU " + std::to_string(options.cpu));
     const bench::Processor processor = bench::thisProcessor();
@@ -130,15 +130,22 @@ int bench_main(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    Options options;
-    CLI::App app("What the kernels reach on this processor, beside what it could do.");
-    app.add_option("--cpu", options.cpu, "CPU to measure on")->capture_default_str();
-    app.add_option("--rounds", options.rounds, "samples of each row; the best is shown")
-        ->capture_default_str();
-    app.add_option("--json", options.jsonFile, "also write the figures to this file");
-    CLI11_PARSE(app, argc, argv);
     try {
-        return bench_main(options);
+        Options options;
+        CLI::App app("What the kernels reach on this processor, beside what it could do.");
+        app.add_option("--cpu", options.cpu, "CPU to measure on")
+            ->check(CLI::Range(0, CPU_SETSIZE - 1))
+            ->capture_default_str();
+        app.add_option("--rounds", options.rounds, "samples of each row; the best is shown")
+            ->check(CLI::PositiveNumber)
+            ->capture_default_str();
+        app.add_option("--json", options.jsonFile, "also write the figures to this file");
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::ParseError& failure) {
+            return app.exit(failure);
+        }
+        return runBenchmark(options);
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "kestrel-bench: %s\n", failure.what());
         return 1;

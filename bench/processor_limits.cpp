@@ -33,10 +33,10 @@ Signature readSignature() {
 /// CPUID leaves 0x80000002 to 0x80000004: 48 characters.
 std::string readBrand() {
     std::array<std::uint32_t, 12> words{};
-    if (__get_cpuid_max(0x80000000, nullptr) < 0x80000004)
-        return "unknown";
-    for (std::uint32_t i = 0; i < 3; ++i)
-        __cpuid(0x80000002 + i, words[4 * i], words[4 * i + 1], words[4 * i + 2], words[4 * i + 3]);
+    for (std::uint32_t i = 0; i < words.size(); i += 4)
+        if (__get_cpuid(0x80000002 + i / 4, &words[i], &words[i + 1], &words[i + 2],
+                        &words[i + 3]) == 0)
+            return "unknown";
     std::string text(sizeof words, '\0');
     std::memcpy(text.data(), words.data(), sizeof words);
     text.resize(std::strlen(text.c_str()));

@@ -5,7 +5,7 @@
 #include <ctime>
 #include <memory>
 #include <new>
-#include <ranges>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -143,7 +143,8 @@ bool parseNodes(const std::string& text, unsigned long& nodeBits) {
         std::ranges::any_of(nodes, [](unsigned node) { return node >= nodeBitCount; }))
         return false;
     nodeBits = 0;
-    for (const unsigned node : nodes | std::views::take(nodeBitCount))
+    for (const unsigned node :
+         std::span(nodes).first(std::min<std::size_t>(nodes.size(), nodeBitCount)))
         nodeBits |= 1ul << node;
     return true;
 }

@@ -130,7 +130,7 @@ struct Option : IOption {
 
 class Results : public IResults {
   public:
-    bool has(const char* name) override { return given.count(name) != 0; }
+    bool has(const char* name) override { return given.contains(name); }
     Value get(const char* name) override {
         const auto found = values.find(name);
         return Value(found != values.end() ? found->second : variant_t());

@@ -1,5 +1,7 @@
 // Preloaded into the program: makes one call of one function fail, as FAULT="function:n" asks (n
 // from 1). The wall clock is read thousands of times, so there n counts the threads that read it.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the names of the C library's
+// own declarations are reserved ones.
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sched.h>
@@ -100,3 +102,4 @@ extern "C" {
 }
 
 }  // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <regex.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -74,4 +75,13 @@ Outcome runProgram(const std::vector<std::string>& arguments, const RunOptions& 
     else
         outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return outcome;
+}
+
+bool matches(const std::string& text, const std::string& expression) {
+    regex_t compiled;
+    if (regcomp(&compiled, ("^(" + expression + ")$").c_str(), REG_EXTENDED | REG_NOSUB) != 0)
+        throw std::invalid_argument(expression);
+    const bool found = regexec(&compiled, text.c_str(), 0, nullptr, 0) == 0;
+    regfree(&compiled);
+    return found;
 }

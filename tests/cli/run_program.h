@@ -16,3 +16,6 @@ struct RunOptions {
 };
 
 Outcome runProgram(const std::vector<std::string>& arguments, const RunOptions& options = {});
+
+/// True where the whole text matches the extended POSIX expression.
+bool matches(const std::string& text, const std::string& expression);

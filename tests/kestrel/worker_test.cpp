@@ -28,7 +28,8 @@ struct ProbeArray : IArray {
 };
 
 struct NoPattern : IPattern {
-    PatternStatus run(std::byte*, std::uint32_t, WorkerResult&, const RunPhase&) override {
+    PatternStatus run(std::byte* /*buffer*/, std::uint32_t /*size*/, WorkerResult& /*results*/,
+                      const RunPhase& /*phase*/) override {
         return psOk;
     }
 };
@@ -49,7 +50,8 @@ double kernelMegahertz() {
 }
 
 /// Clocks that replay readings; the wall clock fails where they end.
-FrequencyClocks replay(std::vector<std::int32_t> wall, std::vector<std::uint64_t> counter) {
+FrequencyClocks replay(const std::vector<std::int32_t>& wall,
+                       const std::vector<std::uint64_t>& counter) {
     auto nextWall = std::make_shared<std::size_t>(0), nextTick = std::make_shared<std::size_t>(0);
     return {.wallMicroseconds =
                 [=](std::int32_t& microseconds) {

@@ -25,8 +25,8 @@ std::uint64_t sweep(std::byte* begin, const std::byte* end, std::uint32_t repeat
                 Register::template combineAll<1>(begin + inBlocks, second + inBlocks,
                                                  third + inBlocks, begin + inRegisters);
             if (quarter != inRegisters)
-                Dword::combineAll<1>(begin + inRegisters, second + inRegisters,
-                                     third + inRegisters, begin + quarter);
+                Dword::combineAll<1>(begin + inRegisters, second + inRegisters, third + inRegisters,
+                                     begin + quarter);
         }
     });
 }

@@ -14,7 +14,7 @@ namespace {
 template <class Register, std::uint32_t word = Register::bytes>
 std::uint64_t sweep(const std::byte* begin, const std::byte* end, std::uint32_t stride) {
     constexpr std::uint32_t perWord = word / Register::bytes;
-    const std::size_t size = static_cast<std::size_t>(end - begin);
+    const auto size = static_cast<std::size_t>(end - begin);
     if (size < word)
         return 0;
     const std::size_t count = size / stride;

@@ -19,9 +19,9 @@ namespace Kestrel {
 ///
 /// loadStrided<perWord>(p, stride, turns): loads a word of perWord registers every `stride` bytes,
 /// one a turn; loadStridedByFour: four a turn. turns is not 0. Both return the next word's place.
-#define KESTREL_LOADS(LOAD)                                                                       \
-    template <std::uint32_t unroll>                                                               \
-    [[gnu::always_inline]] static void loadAll(const std::byte* p, const std::byte* end) {        \
+#define KESTREL_LOADS(LOAD)                                                                         \
+    template <std::uint32_t unroll>                                                                 \
+    [[gnu::always_inline]] static void loadAll(const std::byte* p, const std::byte* end) {          \
         asm volatile(                                                                             \
             "1: .set .Loffset, 0; .rept %c[unroll];" LOAD(".Loffset(%[p])")                       \
             ".set .Loffset, .Loffset + %c[size]; .endr;"                                          \
@@ -29,23 +29,23 @@ namespace Kestrel {
             : [p] "+&r"(p)                                                                        \
             : [end] "r"(end), [unroll] "i"(unroll), [size] "i"(bytes),                            \
               [block] "i"(unroll * bytes)                                                         \
-            : "xmm0", "cc", "memory");                                                            \
-    }                                                                                             \
-    template <std::uint32_t perWord>                                                              \
-    [[gnu::always_inline]] static const std::byte* loadStrided(                                   \
-        const std::byte* p, std::size_t stride, std::size_t turns) {                              \
+            : "xmm0", "cc", "memory"); \
+    }                                                                                               \
+    template <std::uint32_t perWord>                                                                \
+    [[gnu::always_inline]] static const std::byte* loadStrided(                                     \
+        const std::byte* p, std::size_t stride, std::size_t turns) {                                \
         asm volatile(                                                                             \
             "1: .set .Loffset, 0; .rept %c[perWord];" LOAD(".Loffset(%[p])")                      \
             ".set .Loffset, .Loffset + %c[size]; .endr;"                                          \
             "add %[stride], %[p]; dec %[turns]; jne 1b"                                           \
             : [p] "+&r"(p), [turns] "+&r"(turns)                                                  \
             : [stride] "r"(stride), [perWord] "i"(perWord), [size] "i"(bytes)                     \
-            : "xmm0", "cc", "memory");                                                            \
-        return p;                                                                                 \
-    }                                                                                             \
-    template <std::uint32_t perWord>                                                              \
-    [[gnu::always_inline]] static const std::byte* loadStridedByFour(                             \
-        const std::byte* p, std::size_t stride, std::size_t turns) {                              \
+            : "xmm0", "cc", "memory"); \
+        return p;                                                                                   \
+    }                                                                                               \
+    template <std::uint32_t perWord>                                                                \
+    [[gnu::always_inline]] static const std::byte* loadStridedByFour(                               \
+        const std::byte* p, std::size_t stride, std::size_t turns) {                                \
         asm volatile(                                                                             \
             "1: .set .Loffset, 0; .rept %c[perWord];"                                             \
             LOAD(".Loffset(%[p])") LOAD(".Loffset(%[p], %[stride])")                              \
@@ -55,8 +55,8 @@ namespace Kestrel {
             : [p] "+&r"(p), [turns] "+&r"(turns)                                                  \
             : [stride] "r"(stride), [stride3] "r"(3 * stride), [perWord] "i"(perWord),            \
               [size] "i"(bytes)                                                                   \
-            : "xmm0", "cc", "memory");                                                            \
-        return p;                                                                                 \
+            : "xmm0", "cc", "memory"); \
+        return p;                                                                                   \
     }
 
 /// combineAll<unroll>(a, b, c, end): loads from a and b, combines the two with a bitwise OR and
@@ -65,10 +65,10 @@ namespace Kestrel {
 /// and keeps the ones of the array's content: some processors drop a store of zeros over zeros.
 ///
 /// streamAll: the same with non-temporal stores; c lies on a multiple of the register's size.
-#define KESTREL_COMBINES(LOAD, OR, STORE)                                                         \
-    template <std::uint32_t unroll>                                                               \
-    [[gnu::always_inline]] static void combineAll(const std::byte* a, const std::byte* b,         \
-                                                std::byte* c, const std::byte* end) {             \
+#define KESTREL_COMBINES(LOAD, OR, STORE)                                                           \
+    template <std::uint32_t unroll>                                                                 \
+    [[gnu::always_inline]] static void combineAll(const std::byte* a, const std::byte* b,           \
+                                                  std::byte* c, const std::byte* end) {             \
         asm volatile(                                                                             \
             "1: .set .Loffset, 0; .rept %c[unroll];"                                              \
             LOAD(".Loffset(%[a])") OR(".Loffset(%[b])") STORE(".Loffset(%[c])")                   \
@@ -77,12 +77,12 @@ namespace Kestrel {
             : [a] "+&r"(a), [b] "+&r"(b), [c] "+&r"(c)                                            \
             : [end] "r"(end), [unroll] "i"(unroll), [size] "i"(bytes),                            \
               [block] "i"(unroll * bytes)                                                         \
-            : "xmm0", "xmm1", "cc", "memory");                                                    \
+            : "xmm0", "xmm1", "cc", "memory"); \
     }
-#define KESTREL_STREAMS(LOAD, OR, STREAM)                                                         \
-    template <std::uint32_t unroll>                                                               \
-    [[gnu::always_inline]] static void streamAll(const std::byte* a, const std::byte* b,          \
-                                                std::byte* c, const std::byte* end) {             \
+#define KESTREL_STREAMS(LOAD, OR, STREAM)                                                           \
+    template <std::uint32_t unroll>                                                                 \
+    [[gnu::always_inline]] static void streamAll(const std::byte* a, const std::byte* b,            \
+                                                 std::byte* c, const std::byte* end) {              \
         asm volatile(                                                                             \
             "1: .set .Loffset, 0; .rept %c[unroll];"                                              \
             LOAD(".Loffset(%[a])") OR(".Loffset(%[b])") STREAM(".Loffset(%[c])")                  \
@@ -91,7 +91,7 @@ namespace Kestrel {
             : [a] "+&r"(a), [b] "+&r"(b), [c] "+&r"(c)                                            \
             : [end] "r"(end), [unroll] "i"(unroll), [size] "i"(bytes),                            \
               [block] "i"(unroll * bytes)                                                         \
-            : "xmm0", "xmm1", "cc", "memory");                                                    \
+            : "xmm0", "xmm1", "cc", "memory"); \
     }
 
 /// 4 bytes; only for the last bytes of a quarter that whole words do not fill.
@@ -146,7 +146,9 @@ struct Ymm {
 #undef STORE
 #undef STREAM
     /// Clears the upper halves: left dirty, they slow the SSE code that follows.
-    static void leave() { asm volatile("vzeroupper" : : : "xmm0", "xmm1"); }
+    static void leave() {
+        asm volatile("vzeroupper" : : : "xmm0", "xmm1");
+    }
 };
 
 /// Needs AVX-512F.
@@ -163,7 +165,9 @@ struct Zmm {
 #undef OR
 #undef STORE
 #undef STREAM
-    static void leave() { Ymm::leave(); }
+    static void leave() {
+        Ymm::leave();
+    }
 };
 
 #undef KESTREL_LOADS

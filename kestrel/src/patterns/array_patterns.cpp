@@ -7,20 +7,22 @@
 namespace Kestrel {
 namespace {
 
-/// Fills `count` blocks of `blockSize` bytes with ones and zeros in turn, starting with ones.
-/// Short blocks are not filled one by one, but copied from the first few, so that every block size
-/// takes about the time of one plain fill.
+/// Fills `count` blocks of `blockSize` bytes with ones and zeros in turn, starting with ones. Short
+/// blocks are not filled one by one: copies of the first two grow to a chunk, and copies of the
+/// chunk fill the rest, so that every block size takes about the time of one plain fill.
 void fillAlternating(std::byte* begin, std::size_t count, std::size_t blockSize) {
     constexpr std::size_t shortBlock = 2048, chunkAtLeast = 8192;
-    std::size_t chunk = count;
-    if (blockSize < shortBlock)
-        chunk = std::min(count, (chunkAtLeast / blockSize + 1) & ~std::size_t{1});
-    for (std::size_t i = 0; i < chunk; ++i)
+    const std::size_t singly = blockSize < shortBlock ? std::min<std::size_t>(count, 2) : count;
+    for (std::size_t i = 0; i < singly; ++i)
         std::memset(begin + i * blockSize, i % 2 == 0 ? 0xFF : 0x00, blockSize);
 
-    const std::size_t size = count * blockSize, chunkSize = chunk * blockSize;
-    for (std::size_t at = chunkSize; at < size; at += chunkSize)
-        std::memcpy(begin + at, begin, std::min(chunkSize, size - at));
+    const std::size_t size = count * blockSize;
+    std::size_t chunk = singly * blockSize;
+    for (std::size_t filled = chunk; filled < size; filled += chunk) {
+        if (filled < chunkAtLeast)
+            chunk = filled;
+        std::memcpy(begin + filled, begin, std::min(chunk, size - filled));
+    }
 }
 
 constexpr std::uint32_t fastmemBlock = 64;
@@ -85,7 +87,7 @@ std::uint64_t ArrayLLSPattern::runPass(PatternState& state) {
 }
 
 void ArrayLLSPattern::finish(const PatternState& state, WorkerResult& results) {
-    results.bytes = 6 * state.count * state.wordSize * results.iterations >> 3;
+    results.bytes = std::uint64_t{6} * state.count * state.wordSize * results.iterations >> 3;
 }
 
 std::uint32_t ArrayLLSPattern::iterationsPerPass() {

@@ -60,7 +60,8 @@ Worker::Error Worker::start() {
     std::uint32_t currentState = state.load();
     CHECK(currentState == tsNotStarted);
     try {
-        thread = boost::thread(boost::bind(&Worker::WorkerThread, this));
+        thread = boost::thread(
+            boost::bind(&Worker::WorkerThread, this));  // NOLINT(modernize-avoid-bind)
     } catch (const boost::thread_resource_error&) {
         return eThreadCreateFailed;
     }
