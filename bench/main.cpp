@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "array_table.h"
+#include "peers.h"
 #include "processor_limits.h"
 #include "worker_impl/frequency.h"
 
@@ -21,6 +22,7 @@ struct Options {
     std::uint32_t cpu = 0;
     std::uint32_t rounds = 40;
     std::string jsonFile;
+    bool peers = false;
 };
 
 bool pinTo(std::uint32_t cpu) {
@@ -42,8 +44,8 @@ std::span<std::byte> mapMemory(const std::vector<ArrayRow>& rows) {
 }
 
 /// All rows once a round, round after round, so that a slow spell of the machine meets all alike.
-void sampleInRounds(std::vector<ArrayRow>& rows, std::uint32_t rounds, double ticksPerSecond) {
-    const std::span<std::byte> memory = mapMemory(rows);
+void sampleInRounds(std::vector<ArrayRow>& rows, std::uint32_t rounds, std::span<std::byte> memory,
+                    double ticksPerSecond) {
     const bool terminal = isatty(STDERR_FILENO) != 0;
     for (std::uint32_t round = 1; round <= rounds; ++round) {
         if (terminal)
@@ -116,7 +118,12 @@ int runBenchmark(const Options& options) {
 
     std::printf("%s, CPU %u, %zu-bit build, counter at %.0f MHz\n", processor.brand.c_str(),
                 options.cpu, sizeof(void*) * 8, ticksPerSecond / 1e6);
-    sampleInRounds(rows, options.rounds, ticksPerSecond);
+    const std::span<std::byte> memory = mapMemory(rows);
+    if (options.peers) {
+        bench::comparePeers(memory, ticksPerSecond);
+        return 0;
+    }
+    sampleInRounds(rows, options.rounds, memory, ticksPerSecond);
     printTable(rows);
     if (!options.jsonFile.empty()) {
         std::ofstream file(options.jsonFile);
@@ -140,6 +147,9 @@ int main(int argc, char** argv) {
             ->check(CLI::PositiveNumber)
             ->capture_default_str();
         app.add_option("--json", options.jsonFile, "also write the figures to this file");
+        app.add_flag("--peers", options.peers,
+                     "instead, run other benchmarks that are installed in turn with the same work")
+            ->excludes("--cpu");
         try {
             app.parse(argc, argv);
         } catch (const CLI::ParseError& failure) {
