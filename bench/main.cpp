@@ -10,13 +10,14 @@
 #include <nlohmann/json.hpp>
 
 #include "array_table.h"
+#include "operation_table.h"
 #include "peers.h"
 #include "processor_limits.h"
 #include "worker_impl/frequency.h"
 
 namespace {
 
-using bench::ArrayRow;
+using bench::ArrayRow, bench::OperationRow;
 
 struct Options {
     std::uint32_t cpu = 0;
@@ -44,14 +45,14 @@ std::span<std::byte> mapMemory(const std::vector<ArrayRow>& rows) {
 }
 
 /// All rows once a round, round after round, so that a slow spell of the machine meets all alike.
-void sampleInRounds(std::vector<ArrayRow>& rows, std::uint32_t rounds, std::span<std::byte> memory,
-                    double ticksPerSecond) {
+template <class Row, class Sample>
+void sampleInRounds(std::vector<Row>& rows, std::uint32_t rounds, Sample sample) {
     const bool terminal = isatty(STDERR_FILENO) != 0;
     for (std::uint32_t round = 1; round <= rounds; ++round) {
         if (terminal)
             std::fprintf(stderr, "\rround %u of %u", round, rounds);
-        for (ArrayRow& row : rows)
-            bench::sampleArray(row, memory, ticksPerSecond);
+        for (Row& row : rows)
+            sample(row);
     }
     if (terminal)
         std::fprintf(stderr, "\r\x1b[K");
@@ -85,12 +86,33 @@ void printTable(const std::vector<ArrayRow>& rows) {
     }
 }
 
+void printArithmetic(const std::vector<OperationRow>& rows) {
+    std::printf("\n%-30s %9s %8s %6s %9s\n", "kernel", "ins/cycle", "limit", "share", "ops/cycle");
+    for (const OperationRow& row : rows) {
+        const double rate = 1 / row.cyclesPerOperation();
+        const auto share = row.limit ? std::optional(100 * rate / *row.limit) : std::nullopt;
+        std::printf("%-30s %9.3f %8s %6s %9.2f\n", row.kernel.c_str(), rate,
+                    figure(row.limit, 2, "unknown").c_str(), figure(share, 1, "-").c_str(),
+                    rate * row.flopsPerOperation);
+    }
+}
+
+void printLatencies(const std::vector<OperationRow>& rows) {
+    std::printf("\n%-22s %-24s %12s %8s %11s\n", "kernel", "work", "cycles each", "median",
+                "plain loop");
+    for (const OperationRow& row : rows)
+        std::printf("%-22s %-24s %12.3f %8.3f %11s\n", row.kernel.c_str(), row.work.c_str(),
+                    row.cyclesPerOperation(), row.medianPerOperation(),
+                    figure(row.plainCyclesPerOperation(), 3, "-").c_str());
+}
+
 nlohmann::json numberOrNull(const std::optional<double>& value) {
     return value ? nlohmann::json(*value) : nlohmann::json();
 }
 
 nlohmann::json toJson(const bench::Processor& processor, const std::vector<ArrayRow>& rows,
-                      double ticksPerSecond) {
+                      const std::vector<OperationRow>& arithmetic,
+                      const std::vector<OperationRow>& latencies, double ticksPerSecond) {
     nlohmann::json all;
     for (const ArrayRow& row : rows) {
         nlohmann::json& one = all["array"].emplace_back();
@@ -102,6 +124,21 @@ nlohmann::json toJson(const bench::Processor& processor, const std::vector<Array
         one["netBytesPerCycle"] = numberOrNull(row.netBytesPerCycle());
         one["limit"] = numberOrNull(row.limit);
         one["gigabytesPerSecond"] = row.gigabytesPerSecond;
+    }
+    for (const OperationRow& row : arithmetic) {
+        nlohmann::json& one = all["arithmetic"].emplace_back();
+        one["kernel"] = row.kernel;
+        one["instructionsPerCycle"] = 1 / row.cyclesPerOperation();
+        one["limit"] = numberOrNull(row.limit);
+        one["flopsPerInstruction"] = row.flopsPerOperation;
+    }
+    for (const OperationRow& row : latencies) {
+        nlohmann::json& one = all["latency"].emplace_back();
+        one["kernel"] = row.kernel;
+        one["work"] = row.work;
+        one["cyclesPerOperation"] = row.cyclesPerOperation();
+        one["medianCyclesPerOperation"] = row.medianPerOperation();
+        one["plainCyclesPerOperation"] = numberOrNull(row.plainCyclesPerOperation());
     }
     all["processor"] = processor.brand;
     all["counterHz"] = ticksPerSecond;
@@ -123,11 +160,18 @@ int runBenchmark(const Options& options) {
         bench::comparePeers(memory, ticksPerSecond);
         return 0;
     }
-    sampleInRounds(rows, options.rounds, memory, ticksPerSecond);
+    sampleInRounds(rows, options.rounds,
+                   [&](ArrayRow& row) { bench::sampleArray(row, memory, ticksPerSecond); });
     printTable(rows);
+    std::vector<OperationRow> arithmetic = bench::arithmeticRows(processor.arithmetic);
+    sampleInRounds(arithmetic, options.rounds, [](OperationRow& row) { row.sample(); });
+    printArithmetic(arithmetic);
+    std::vector<OperationRow> latencies = bench::latencyRows(memory, options.cpu);
+    sampleInRounds(latencies, options.rounds, [](OperationRow& row) { row.sample(); });
+    printLatencies(latencies);
     if (!options.jsonFile.empty()) {
         std::ofstream file(options.jsonFile);
-        file << toJson(processor, rows, ticksPerSecond).dump(4) << std::endl;
+        file << toJson(processor, rows, arithmetic, latencies, ticksPerSecond).dump(4) << std::endl;
         if (!file)
             throw std::runtime_error("cannot write " + options.jsonFile);
     }

@@ -66,28 +66,35 @@ struct Row {
     std::string_view vendor;
     std::uint32_t family, firstModel, lastModel;
     LoadStoreLimits limits;
+    ArithmeticLimits arithmetic;
 };
 
+// AMD's units of each generation have the width of its loads, two for additions and two for
+// products. Intel's have 32 bytes; how many take 64 at once differs between models of one family.
+constexpr ArithmeticLimits amd16 = {2, 2, 16, true}, amd32 = {2, 2, 32, true},
+                           amd64 = {2, 2, 64, true};
+constexpr ArithmeticLimits haswell = {1, 2, 32, false}, skylake = {2, 2, 32, false};
+
 constexpr Row table[] = {
-    {"AuthenticAMD", 0x17, 0x00, 0x2F, {2, 16, 1, 16, amdGuide55723}},
-    {"AuthenticAMD", 0x17, 0x30, 0xFF, {2, 32, 1, 32, amdGuide56305}},
-    {"AuthenticAMD", 0x19, 0x10, 0x1F, {2, 32, 1, 32, amdGuide57647}},
-    {"AuthenticAMD", 0x19, 0x60, 0xAF, {2, 32, 1, 32, amdGuide57647}},
-    {"AuthenticAMD", 0x19, 0x00, 0xFF, {2, 32, 1, 32, amdGuide56665}},
-    {"AuthenticAMD", 0x1A, 0x00, 0xFF, {2, 64, 1, 64, amdGuide58455}},
+    {"AuthenticAMD", 0x17, 0x00, 0x2F, {2, 16, 1, 16, amdGuide55723}, amd16},
+    {"AuthenticAMD", 0x17, 0x30, 0xFF, {2, 32, 1, 32, amdGuide56305}, amd32},
+    {"AuthenticAMD", 0x19, 0x10, 0x1F, {2, 32, 1, 32, amdGuide57647}, amd32},
+    {"AuthenticAMD", 0x19, 0x60, 0xAF, {2, 32, 1, 32, amdGuide57647}, amd32},
+    {"AuthenticAMD", 0x19, 0x00, 0xFF, {2, 32, 1, 32, amdGuide56665}, amd32},
+    {"AuthenticAMD", 0x1A, 0x00, 0xFF, {2, 64, 1, 64, amdGuide58455}, amd64},
     // Skylake and Cascade Lake servers; Ice Lake; Sapphire and Emerald Rapids.
-    {"GenuineIntel", 0x6, 0x55, 0x55, {2, 64, 1, 64, intelManual}},
-    {"GenuineIntel", 0x6, 0x6A, 0x6C, {2, 64, 1, 64, intelManual}},
-    {"GenuineIntel", 0x6, 0x7D, 0x7E, {2, 64, 1, 64, intelManual}},
-    {"GenuineIntel", 0x6, 0x8F, 0x8F, {2, 64, 1, 64, intelManual}},
-    {"GenuineIntel", 0x6, 0xCF, 0xCF, {2, 64, 1, 64, intelManual}},
+    {"GenuineIntel", 0x6, 0x55, 0x55, {2, 64, 1, 64, intelManual}, skylake},
+    {"GenuineIntel", 0x6, 0x6A, 0x6C, {2, 64, 1, 64, intelManual}, skylake},
+    {"GenuineIntel", 0x6, 0x7D, 0x7E, {2, 64, 1, 64, intelManual}, skylake},
+    {"GenuineIntel", 0x6, 0x8F, 0x8F, {2, 64, 1, 64, intelManual}, skylake},
+    {"GenuineIntel", 0x6, 0xCF, 0xCF, {2, 64, 1, 64, intelManual}, skylake},
     // Haswell, Broadwell, Skylake and Kaby Lake clients and servers without 512-bit units.
-    {"GenuineIntel", 0x6, 0x3C, 0x3F, {2, 32, 1, 32, intelManual}},
-    {"GenuineIntel", 0x6, 0x45, 0x4F, {2, 32, 1, 32, intelManual}},
-    {"GenuineIntel", 0x6, 0x56, 0x56, {2, 32, 1, 32, intelManual}},
-    {"GenuineIntel", 0x6, 0x5E, 0x5E, {2, 32, 1, 32, intelManual}},
-    {"GenuineIntel", 0x6, 0x8E, 0x8E, {2, 32, 1, 32, intelManual}},
-    {"GenuineIntel", 0x6, 0x9E, 0x9E, {2, 32, 1, 32, intelManual}},
+    {"GenuineIntel", 0x6, 0x3C, 0x3F, {2, 32, 1, 32, intelManual}, haswell},
+    {"GenuineIntel", 0x6, 0x45, 0x4F, {2, 32, 1, 32, intelManual}, haswell},
+    {"GenuineIntel", 0x6, 0x56, 0x56, {2, 32, 1, 32, intelManual}, haswell},
+    {"GenuineIntel", 0x6, 0x5E, 0x5E, {2, 32, 1, 32, intelManual}, skylake},
+    {"GenuineIntel", 0x6, 0x8E, 0x8E, {2, 32, 1, 32, intelManual}, skylake},
+    {"GenuineIntel", 0x6, 0x9E, 0x9E, {2, 32, 1, 32, intelManual}, skylake},
 };
 
 }  // namespace
@@ -101,15 +108,24 @@ double LoadStoreLimits::bytesPerCycle(std::uint32_t width, double storesPerLoad)
     return width * (1 + storesPerLoad) / cyclesPerLoad;
 }
 
+std::optional<double> ArithmeticLimits::perCycle(bool addition, std::uint32_t bytes) const {
+    const double rate = addition ? additions : products;
+    if (bytes <= width)
+        return rate;
+    return split ? std::optional(rate * width / bytes) : std::nullopt;
+}
+
 Processor thisProcessor() {
     const Signature signature = readSignature();
-    Processor processor{readBrand(), std::nullopt};
+    Processor processor{readBrand()};
     const auto* const row = std::ranges::find_if(table, [&](const Row& candidate) {
         return candidate.vendor == signature.vendor && candidate.family == signature.family &&
                candidate.firstModel <= signature.model && signature.model <= candidate.lastModel;
     });
-    if (row != std::end(table))
+    if (row != std::end(table)) {
         processor.limits = row->limits;
+        processor.arithmetic = row->arithmetic;
+    }
     return processor;
 }
 

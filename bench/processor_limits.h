@@ -1,4 +1,4 @@
-/// What the processor's load and store units can move, by processor family.
+/// What the processor's load, store and arithmetic units can do, by processor family.
 #pragma once
 
 #include <cstdint>
@@ -19,9 +19,21 @@ struct LoadStoreLimits {
     [[nodiscard]] double bytesPerCycle(std::uint32_t width, double storesPerLoad) const;
 };
 
+struct ArithmeticLimits {
+    std::uint32_t additions;  ///< instructions a cycle
+    std::uint32_t products;   ///< multiplications or fused multiply-adds a cycle
+    std::uint32_t width;      ///< bytes of the widest instruction that keeps that rate
+    bool split;               ///< wider ones are split, and take so many times as long
+
+    /// Instructions a cycle on `bytes` at once; nothing where the family alone does not say it.
+    [[nodiscard]] std::optional<double> perCycle(bool addition, std::uint32_t bytes) const;
+};
+
 struct Processor {
     std::string brand;
-    std::optional<LoadStoreLimits> limits;  ///< nothing where the family is not in the table
+    /// Nothing where the family is not in the table.
+    std::optional<LoadStoreLimits> limits = std::nullopt;
+    std::optional<ArithmeticLimits> arithmetic = std::nullopt;
 };
 
 /// The processor that this runs on, from CPUID.
