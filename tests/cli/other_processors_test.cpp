@@ -12,9 +12,10 @@ const std::string emulator = sizeof(void*) == 8 ? "qemu-x86_64" : "qemu-i386";
 
 Outcome runOn(const std::string& processor, const std::string& pattern) {
     // QEMU has no system call for memory policies, so the program must find no NUMA support.
-    return runProgram({"-p", pattern, "-S", "4096", "-w", "64", "-s", "64", "-d", "0", "-B"},
-                      {.emulator = {emulator, "-cpu", processor, "-E", "LD_PRELOAD=" FAULTS_LIBRARY,
-                                    "-E", "FAULT=access:1"}});
+    const std::string preload = "LD_PRELOAD=" FAULTS_LIBRARY;
+    return runProgram(
+        {"-p", pattern, "-S", "4096", "-w", "64", "-s", "64", "-d", "0", "-B"},
+        {.emulator = {emulator, "-cpu", processor, "-E", preload, "-E", "FAULT=access:1"}});
 }
 
 /// What a pattern's arithmetic needs, as its name says: scalar and SSE additions run everywhere.

@@ -91,13 +91,15 @@ TEST(ShareKernels, AddToTheWordAndNothingElse) {
     }
 }
 
-/// Instructions of that opcode that a call executes.
-std::size_t countOpcode(std::uint8_t opcode, const std::function<void()>& work) {
-    std::size_t count = 0;
-    EXPECT_EQ(
-        singleStep(work,
-                   [&](const Executed& executed) { count += *skipRex(executed.code) == opcode; }),
-        0);
+/// Instructions of that opcode that a kernel executes between its two readings of the counter.
+std::size_t countOpcode(std::uint8_t opcode, const std::function<void()>& kernel) {
+    std::size_t count = 0, readings = 0;
+    const auto look = [&](const Executed& executed) {
+        readings += executed.code[0] == 0x0F && executed.code[1] == 0x31;
+        count += readings == 1 && *skipRex(executed.code) == opcode;
+    };
+    EXPECT_EQ(singleStep(kernel, look), 0);
+    EXPECT_EQ(readings, 2u);
     return count;
 }
 
@@ -106,7 +108,7 @@ TEST(ShareKernels, OnlyLoad) {
     mprotect(memory.begin(), wordSize, PROT_READ);
     const auto load = [&](std::uint32_t times) { kestrel___share_lms_l(memory.begin(), times); };
     const auto loads = [&](std::uint32_t times) { return countOpcode(0x8B, [&] { load(times); }); };
-    // Differences, as the compiler may load its own variables outside the loops.
+    // Differences, as the compiler may load its own variables between the loops.
     EXPECT_EQ(loads(37) - loads(21), 16u);
     EXPECT_EQ(loads(21) - loads(17), 4u);
     EXPECT_EQ(loads(15) - loads(1), 14u);

@@ -34,7 +34,7 @@ std::uint32_t offsetOf(std::uint32_t component) {
 
 }  // namespace
 
-std::array<std::byte, 64> Executed::vectorRegister(unsigned number) const {
+std::array<std::byte, 64> Executed::vectorRegister(std::size_t number) const {
     constexpr std::size_t xmmOffset = 160;
     static const std::size_t upperHalves = offsetOf(2), upper256Bits = offsetOf(6);
     std::vector<std::byte> area(16384);

@@ -15,7 +15,7 @@ class Executed {
     Executed(const std::uint8_t* code, pid_t child) : code(code), child(child) {}
 
     /// The 64 bytes of the child's vector register of that number (0 to 7).
-    [[nodiscard]] std::array<std::byte, 64> vectorRegister(unsigned number) const;
+    [[nodiscard]] std::array<std::byte, 64> vectorRegister(std::size_t number) const;
 
     const std::uint8_t* code;  ///< a child of fork has its code where we have it
 
