@@ -62,7 +62,8 @@ TEST(OsInfo, KernelRelease) {
     };
     for (const auto& row : rows) {
         std::array<std::uint16_t, 4> n{};
-        EXPECT_EQ(tern::decode_kernel_release(row.release, {&n[0], &n[1], &n[2], &n[3]}),
+        auto& [major, minor, patch, build] = n;
+        EXPECT_EQ(tern::decode_kernel_release(row.release, {&major, &minor, &patch, &build}),
                   row.count);
         EXPECT_EQ(n, row.numbers) << row.release;
     }

@@ -51,12 +51,12 @@ TEST(CacheLeaves, RecordedProcessors) {
     const tern_cpuid_block l1i_32k{0x1C004122, 0x01C0003F, 0x3F, 0};
     const struct {
         const char* what;
-        std::uint32_t highest_leaf;
+        std::uint64_t highest_leaf;
         std::vector<tern_cpuid_block> leaves;
         std::size_t count;
         std::array<std::uint64_t, 4> sizes;  ///< of levels 0 to 3
         std::array<unsigned, 4> ways;
-        unsigned last_level;
+        std::uint64_t last_level;
         std::uint64_t last_size;
     } lists[] = {
         {"server, last level shared and not inclusive",
@@ -111,7 +111,8 @@ TEST(CacheLeaves, RecordedProcessors) {
          32 << 10},
     };
     for (const auto& list : lists) {
-        machine = {.highest_leaf = list.highest_leaf, .caches = list.leaves};
+        machine = {.highest_leaf = static_cast<std::uint32_t>(list.highest_leaf),
+                   .caches = list.leaves};
         std::array<tern_cpuid_block, tern::most_cache_leaves> room;
         const auto leaves = tern::read_cache_leaves(replay, room);
         EXPECT_EQ(leaves.size(), list.count) << list.what;

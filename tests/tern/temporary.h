@@ -46,17 +46,17 @@ struct recording_allocator : tern_allocator {
     bool empty = false;
     std::size_t text_bytes = 0, block_bytes = 0;
 
-    recording_allocator()
-        : tern_allocator{
-              [](tern_allocator* /*self*/, void* memory) { std::free(memory); },
-              [](tern_allocator* self, std::size_t bytes) {
-                  auto* allocator = static_cast<recording_allocator*>(self);
-                  return static_cast<char*>(allocator->dirty(allocator->text_bytes = bytes));
-              },
-              [](tern_allocator* self, std::size_t bytes) {
-                  auto* allocator = static_cast<recording_allocator*>(self);
-                  return allocator->dirty(allocator->block_bytes = bytes);
-              }} {}
+    recording_allocator() : tern_allocator{} {
+        release = [](tern_allocator* /*self*/, void* memory) { std::free(memory); };
+        allocate_text = [](tern_allocator* self, std::size_t bytes) {
+            auto* allocator = static_cast<recording_allocator*>(self);
+            return static_cast<char*>(allocator->dirty(allocator->text_bytes = bytes));
+        };
+        allocate_block = [](tern_allocator* self, std::size_t bytes) {
+            auto* allocator = static_cast<recording_allocator*>(self);
+            return allocator->dirty(allocator->block_bytes = bytes);
+        };
+    }
 
     [[nodiscard]] void* dirty(std::size_t bytes) const {
         return empty ? nullptr : std::memset(std::malloc(bytes), 0xEE, bytes);

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstdio>
-#include <regex>
 
 #include "temporary.h"
 #include "tools/tern-info/facts.h"
@@ -33,6 +32,7 @@ run_result run(const std::string& command) {
 }
 
 const std::string program = TERN_INFO;
+const std::string program_as_json = " " + program + " --json 2>/dev/null";
 
 bool is_sanitized() {
 #ifdef __SANITIZE_ADDRESS__
@@ -44,21 +44,26 @@ bool is_sanitized() {
 
 TEST(TernInfo, Arguments) {
     const struct {
-        const char *arguments, *pattern;
+        std::string arguments, start;
         int status;
     } rows[] = {
-        {"--help", "^Usage: tern-info", 0},
-        {"--jsn", "^tern-info: unknown argument '--jsn', try --help\n$", 255},
-        {"--json x", "^tern-info: unknown argument 'x', try --help\n$", 255},
-        {"''", "^tern-info: unknown argument '', try --help\n$", 255},
-        {"$(printf 'a\\nb')", "^tern-info: unknown argument 'a', try --help\n$", 255},
-        {">/dev/full", "^tern-info: standard output: No space left on device\n$", 255},
-        {"", "^operating system  +[^\n]+\nkernel release  +[0-9]", 0},
+        {"--help", "Usage: tern-info", 0},
+        {"--jsn", "tern-info: unknown argument '--jsn', try --help\n", 255},
+        {"--json x", "tern-info: unknown argument 'x', try --help\n", 255},
+        {"''", "tern-info: unknown argument '', try --help\n", 255},
+        {"\"$(printf 'a\\nb')\"", "tern-info: unknown argument 'a?b', try --help\n", 255},
+        {">/dev/full", "tern-info: standard output: No space left on device\n", 255},
+        {"", "operating system        ", 0},
     };
     for (const auto& row : rows) {
-        const run_result r = run("{ " + program + " " + row.arguments + "; } 2>&1");
+        std::string command = "{ " + program;
+        command.append(" ").append(row.arguments).append("; } 2>&1");
+        const run_result r = run(command);
         EXPECT_EQ(r.status, row.status) << row.arguments;
-        EXPECT_TRUE(std::regex_search(r.output, std::regex(row.pattern))) << r.output;
+        EXPECT_TRUE(r.output.starts_with(row.start)) << r.output;
+        if (row.status != 0) {
+            EXPECT_EQ(r.output, row.start) << "one line";
+        }
     }
 }
 
@@ -75,7 +80,7 @@ TEST(TernInfo, OnIntelProcessors) {
         {"Haswell", {{"avx", true}, {"avx2", true}, {"fma", true}, {"avx512f", false}}},
     };
     for (const auto& [model, sets] : models) {
-        const auto r = run(emulator + " -cpu " + model + " " + program + " --json 2>/dev/null");
+        const auto r = run(emulator + " -cpu " + model + program_as_json);
         ASSERT_EQ(r.status, 0);
         const json info = json::parse(r.output);
         EXPECT_EQ(info["caches"], caches);
@@ -91,7 +96,7 @@ TEST(TernInfo, WithoutProcAndSys) {
         "mount -t tmpfs none /sys && exec \"$0\" \"$@\"' ";
     if (is_sanitized() || run(alone + "true 2>/dev/null").status != 0)
         GTEST_SKIP() << "no private mounts here";
-    const json info = json::parse(run(alone + program + " --json").output);
+    const json info = json::parse(run(alone + program_as_json).output);
     for (const char* fact : {"signature", "packages", "cores"})
         EXPECT_TRUE(info[fact].is_null()) << fact;
     EXPECT_GT(info["threads"], 0);
@@ -149,7 +154,7 @@ TEST(TernInfo, AgreesWithAnotherReadingOfThisMachine) {
     ASSERT_EQ(hwloc_topology_init(&topology), 0);
     hwloc_topology_set_flags(topology, HWLOC_TOPOLOGY_FLAG_INCLUDE_DISALLOWED);
     ASSERT_EQ(hwloc_topology_load(topology), 0);
-    const json info = json::parse(run(program + " --json").output);
+    const json info = json::parse(run(program_as_json).output);
     const std::pair<const char*, hwloc_obj_type_t> counts[] = {
         {"packages", HWLOC_OBJ_PACKAGE}, {"cores", HWLOC_OBJ_CORE}, {"threads", HWLOC_OBJ_PU}};
     for (const auto& [name, type] : counts)
