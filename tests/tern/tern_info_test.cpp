@@ -56,8 +56,8 @@ TEST(TernInfo, Arguments) {
         {"", "operating system        ", 0},
     };
     for (const auto& row : rows) {
-        std::string command = "{ " + program;
-        command.append(" ").append(row.arguments).append("; } 2>&1");
+        std::string command = "{ ";
+        command.append(program).append(" ").append(row.arguments).append("; } 2>&1");
         const run_result r = run(command);
         EXPECT_EQ(r.status, row.status) << row.arguments;
         EXPECT_TRUE(r.output.starts_with(row.start)) << r.output;

@@ -1,0 +1,114 @@
+#include "kestrel/array.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+
+#include "tern/run_services.h"
+
+using namespace Kestrel;
+
+namespace {
+
+constexpr unsigned long nodeZero = 1;
+
+struct SizePattern : IPattern {
+    std::byte* buffer = nullptr;
+    std::uint32_t size = 0;
+    PatternStatus run(std::byte* given, std::uint32_t length, WorkerResult& /*results*/,
+                      const RunPhase& /*phase*/) override {
+        buffer = given;
+        size = length;
+        return psInvalidParameters;
+    }
+};
+
+/// Mappings of this process. Large ones only: the allocator's own would disturb the count.
+std::size_t mappedKibibytes() {
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    std::size_t kibibytes = 0;
+    while (status >> word)
+        if (word == "VmSize:")
+            status >> kibibytes;
+    return kibibytes;
+}
+
+}  // namespace
+
+TEST(Array, RoundsUpToWholePagesIn32Bits) {
+    const struct {
+        std::uint32_t size, kind, length;
+    } cases[] = {
+        {1, pkSystem, 4096},
+        {4096, pkSystem, 4096},
+        {4096, pk4K, 4096},
+        {4097, pk4K, 8192},
+        {(2u << 20) + 1, pk2M, 4u << 20},
+        {1, pk1G, 1u << 30},
+        {0xFFFFF000, pk4K, 0xFFFFF000},
+        {0xFFFFF001, pk4K, 0},
+        {0xFFFFFFFF, pk4K, 0},
+        {0xC0000001, pk1G, 0},
+        {1, 0, 0},
+        {1, 5, 0},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Array::roundedLength(c.size, c.kind), c.length) << c.size << " of " << c.kind;
+}
+
+TEST(Array, RefusesBadArgumentsAndLeavesNothing) {
+    const unsigned long none = 0, beyondWidth = 4, missing = 1ul << 30, partlyMissing = 1 | missing;
+    const bool numa = tern_file_exists("/sys/devices/system/node") != 0;
+    constexpr std::uint32_t big = 256u << 20;
+    const struct {
+        const char* name;
+        std::uint32_t size, kind;
+        const unsigned long* mask;
+        std::uint32_t maxNode;
+        Array::Error error;
+    } cases[] = {
+        {"no size", 0, pkSystem, &nodeZero, 32, Array::aeInvalidArgument},
+        {"kind 0", big, 0, &nodeZero, 32, Array::aeInvalidArgument},
+        {"kind 5", big, 5, &nodeZero, 32, Array::aeInvalidArgument},
+        {"no mask", big, pkSystem, nullptr, 32, Array::aeInvalidArgument},
+        {"no width", big, pkSystem, &nodeZero, 0, Array::aeInvalidArgument},
+        {"no node", big, pkSystem, &none, 32, Array::aeInvalidArgument},
+        {"no node within the width", big, pkSystem, &beyondWidth, 2, Array::aeInvalidArgument},
+        {"rounding overflows", 0xFFFFFFFF, pkSystem, &nodeZero, 32, Array::aeMapFailed},
+        {"a node that is not there", big, pkSystem, &missing, 32,
+         numa ? Array::aeBindFailed : Array::aeOk},
+        {"one node of two is not there", big, pkSystem, &partlyMissing, 32,
+         numa ? Array::aeBindFailed : Array::aeOk},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::size_t before = mappedKibibytes();
+        IArray* array = nullptr;
+        EXPECT_EQ(Array::create(c.size, c.kind, c.mask, c.maxNode, &array), c.error);
+        EXPECT_EQ(array == nullptr, c.error != Array::aeOk);
+        if (array != nullptr)
+            Array::destroy(array);
+        EXPECT_LT(mappedKibibytes(), before + big / 1024 / 2);
+    }
+    EXPECT_EQ(Array::destroy(nullptr), Array::aeInvalidArgument);
+}
+
+TEST(Array, RunsThePatternOverItsMemoryAndReleasesTwice) {
+    IArray* made = nullptr;
+    ASSERT_EQ(Array::create(10000, pkSystem, &nodeZero, 32, &made), Array::aeOk);
+    auto* const array = static_cast<Array*>(made);
+    SizePattern pattern;
+    WorkerResult result;
+    const RunPhase phase = rpWait;
+    EXPECT_EQ(array->run(pattern, result, phase), psInvalidParameters);
+    EXPECT_EQ(pattern.size, 12288u);
+    pattern.buffer[pattern.size - 1] = std::byte{1};  // writable to its last byte
+    EXPECT_EQ(array->release(), Array::aeOk);
+    EXPECT_EQ(array->release(), Array::aeOk);
+    array->run(pattern, result, phase);
+    EXPECT_EQ(pattern.buffer, nullptr);
+    EXPECT_EQ(pattern.size, 0u);
+    EXPECT_EQ(Array::destroy(array), Array::aeOk);
+}
