@@ -1,72 +1,26 @@
-#include "tern/src/linux/tern/os_info.h"
+#include "tern/os_info.h"
 
-#include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <sys/utsname.h>
 
 #include "temporary.h"
 
-namespace {
-
-TEST(OsInfo, NameIsReleaseAndFirstFileWithBytes) {
-    const temporary_folder folder;
-    const std::string many = folder.write("many", "NAME=a\nID=b\n"),
-                      empty = folder.write("empty", "");
-    const std::string long_file = folder.write("long", std::string(5000, 'x'));
-    const std::string exact = folder.write("exact", std::string(4095, 'x') + "\n");
-    const std::string absent = folder.path("absent"), self = folder.path();
-    const std::string most(4095, 'x');
-    const struct {
-        const char* release;
-        std::vector<std::string> files;
-        std::string name;
-    } rows[] = {
-        {"5.15.0", {absent, self, empty, many, long_file}, "5.15.0 NAME=a\nID=b"},
-        {"5.15.0", {absent, empty}, "5.15.0 Unix/Linux"},
-        {"5.15.0", {long_file}, "5.15.0 " + most},
-        {"5.15.0", {exact}, "5.15.0 " + most},
-        {nullptr, {many}, "NAME=a\nID=b"},
-        {"", {}, "Unix/Linux"},
-    };
-    recording_allocator allocator;
-    for (const auto& row : rows) {
-        std::vector<const char*> files;
-        for (const std::string& file : row.files)
-            files.push_back(file.c_str());
-        EXPECT_EQ(owned(tern::make_os_name(row.release, files, &allocator)).get(), row.name);
-        EXPECT_EQ(allocator.block_bytes, (row.release ? strlen(row.release) : 0) + 4097);
-    }
+TEST(OsInfo, ThisSystemAndItsFaults) {
     utsname kernel;
     uname(&kernel);
-    const std::string live = owned(tern_get_os_name(&allocator)).get();
-    EXPECT_EQ(live.rfind(kernel.release + std::string(" "), 0), 0u) << live;
-    allocator.empty = true;
-    EXPECT_EXIT(tern_get_os_name(&allocator), testing::KilledBySignal(SIGABRT),
-                "^tern/src/linux/tern:[0-9]+ tern_get_os_name: Assertion 'release' failed\\.\n\n$");
-}
-
-TEST(OsInfo, KernelRelease) {
-    const struct {
-        const char* release;
-        int count;
-        std::array<std::uint16_t, 4> numbers;
-    } rows[] = {
-        {"3.10.0-957.el7.x86_64", 4, {3, 10, 0, 957}},
-        {"5.15.0", 3, {5, 15, 0, 0}},
-        {"5.15.0-generic", 3, {5, 15, 0, 0}},
-        {"6.1", 2, {6, 1, 0, 0}},
-        {"6-rc1", 1, {6, 0, 0, 0}},
-        {"", 0, {}},
-        {"linux", 0, {}},
-        {"5.15.0-1234567", 4, {5, 15, 0, 54919}},
-        {"99999999999.1", 2, {65535, 1, 0, 0}},
+    std::string start = kernel.release;
+    EXPECT_TRUE(std::string(owned(tern_get_os_name(&watched)).get()).starts_with(start += ' '));
+    std::uint16_t n[4] = {1, 2, 3, 4};
+    EXPECT_GE(tern_get_os_version(n, n + 1, n + 2, n + 3), 2);
+    const auto version_is_refused = [&] {
+        refuse(SYS_uname);
+        return tern_get_os_version(n, n + 1, n + 2, n + 3) == -1 && !n[0] && !n[1] && !n[2] &&
+               !n[3];
     };
-    for (const auto& row : rows) {
-        std::array<std::uint16_t, 4> n{};
-        auto& [major, minor, patch, build] = n;
-        EXPECT_EQ(tern::decode_kernel_release(row.release, {&major, &minor, &patch, &build}),
-                  row.count);
-        EXPECT_EQ(n, row.numbers) << row.release;
-    }
+    EXPECT_EXIT(std::_Exit(version_is_refused()), testing::ExitedWithCode(1), "");
+    no_memory = true;
+    EXPECT_EQ(tern_get_hypervisor_name(&watched), nullptr);
+    expect_report([] { tern_get_os_name(&watched); }, "tern/src/linux/tern",
+                  "tern_get_os_name: Assertion 'release'");
+    no_memory = false;
 }
-
-}  // namespace

@@ -28,13 +28,12 @@ std::uint64_t brand_frequency(std::string_view text) {
     const auto hundredths = take_i32(text);
     if (!hundredths || text.empty())
         return 0;
-    // A text whose number does not fit wraps to 32 bits rather than overflow.
-    const auto sum =
-        static_cast<std::uint32_t>(*whole) * 100 + static_cast<std::uint32_t>(*hundredths);
-    const auto amount = static_cast<std::uint64_t>(std::int64_t{static_cast<std::int32_t>(sum)});
+    const std::int64_t amount = std::int64_t{*whole} * 100 + *hundredths;
+    if (amount < 0 || amount > INT32_MAX)  // no processor's; and the product below would not fit
+        return 0;
     const char unit = text.front();
     const std::uint64_t scale = unit == 'G' ? 1'000'000'000 : unit == 'M' ? 1'000'000 : 1;
-    return amount * scale / 100;
+    return static_cast<std::uint64_t>(amount) * scale / 100;
 }
 
 }  // namespace tern

@@ -12,8 +12,8 @@ namespace tern {
 bool read_brand_text(cpuid_instruction cpuid, char* text);
 
 /// The frequency in hertz in the last word of a brand text, as in "@ 2.70GHz"; 0 where that word
-/// carries none. The digits after the point count as hundredths, however many there are. A unit
-/// other than M and G counts as hertz.
+/// carries none, or one beyond 32 bits of hundredths. The digits after the point count as
+/// hundredths, however many there are. A unit other than M and G counts as hertz.
 std::uint64_t brand_frequency(std::string_view text);
 
 }  // namespace tern

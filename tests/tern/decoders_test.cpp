@@ -1,0 +1,182 @@
+// Every decoder over the lines "input => output" of its file in cases/.
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <vector>
+
+#include "temporary.h"
+#include "tern/src/linux/processor/cache_leaves.h"
+#include "tern/src/linux/processor/features.h"
+#include "tern/src/linux/tern/cpu_info.h"
+#include "tern/src/linux/tern/os_info.h"
+#include "tern/src/linux/tern/time.h"
+#include "tools/tern-info/caches.h"
+#include "tools/tern-info/system_text.h"
+
+namespace {
+
+struct processor {
+    std::uint32_t highest_leaf = 0x16, highest_extended = 0;
+    std::vector<tern_cpuid_block> caches{};  ///< leaf 4; the last repeats
+    std::string brand{}, hypervisor{};       ///< 48 and 12 bytes; no hypervisor: empty
+} replayed;
+
+/// CPUID as `replayed` answers it; a leaf too high gets what the highest may hold.
+void replay(const tern_cpuid_block* in, tern_cpuid_block* out) {
+    const std::uint32_t leaf = in->eax, subleaf = in->ecx;
+    *out = {};
+    if (leaf == 0 || leaf == 0x80000000)
+        out->eax = leaf == 0 ? replayed.highest_leaf : replayed.highest_extended;
+    else if (leaf == 1)
+        out->ecx = replayed.hypervisor.empty() ? 0 : 1u << 31;
+    else if (leaf < 0x40000000)
+        *out = replayed.caches.at(std::min<std::size_t>(subleaf, replayed.caches.size() - 1));
+    else if (leaf == 0x40000000)
+        replayed.hypervisor.copy(reinterpret_cast<char*>(out) + 4, 12);
+    else
+        replayed.brand.copy(reinterpret_cast<char*>(out), 16, (leaf - 0x80000002) * 16);
+}
+
+/// The input of a case, split at bars.
+using parts = std::vector<std::string>;
+
+template <typename... Values>
+std::string text(const Values&... values) {
+    std::ostringstream out;
+    (out << ... << values);
+    return out.str();
+}
+
+std::string architecture(const parts& in) {
+    return std::array{"unknown", "ia32", "ia64", "x86_64"}[tern::arch_of_machine(in[0])];
+}
+
+std::string kernel_release(const parts& in) {
+    std::uint16_t a = 0, b = 0, c = 0, d = 0;
+    const int count = tern::decode_kernel_release(in[0], {&a, &b, &c, &d});
+    return text(count, ": ", a, ' ', b, ' ', c, ' ', d);
+}
+
+std::string title(const parts& in) {
+    return system_title(in[0]);
+}
+
+std::string frequency(const parts& in) {
+    replayed.highest_extended = in[0].empty() ? 0x80000003 : 0x80000008;
+    replayed.brand = in[0] + std::string(48, '\0');
+    return text(tern::find_cpu_frequency(replay, text_file(in[1]).c_str()));
+}
+
+std::string hypervisor(const parts& in) {
+    replayed.hypervisor = in[0];
+    return owned(tern::make_hypervisor_name(replay, text_file(in[1]).c_str(), &watched)).get();
+}
+
+std::string os_name(const parts& in) {
+    const std::string a = text_file(in[1]), b = text_file(in[2], 1);
+    const std::array files{"/no such file", "/", a.c_str(), b.c_str()};
+    const char* release = in[0].empty() ? nullptr : in[0].c_str();
+    return owned(tern::make_os_name(release, files, &watched)).get();
+}
+
+std::string cpuinfo_of(const std::string& path, std::size_t cpus) {
+    tern_cpu_signature s{};
+    std::vector<tern_cpu_topology> topology(cpus);
+    std::ostringstream out;
+    out << (tern::read_cpuinfo(path.c_str(), s, topology) ? "accepted " : "refused ") << +s.family
+        << '.' << +s.model << '.' << +s.stepping;
+    for (const auto& [reserved, package, core, thread] : topology)
+        out << ' ' << (reserved + package) << '.' << +core << '.' << +thread;
+    return out.str();
+}
+
+std::string cpuinfo(const parts& in) {
+    return cpuinfo_of(text_file(in[1]), std::stoul(in[0]));
+}
+
+std::string machines(const parts& in) {
+    return cpuinfo_of(CASES "/machines/" + in[1] + ".cpuinfo", std::stoul(in[0]));
+}
+
+std::string cache_leaves(const parts& in) {
+    replayed.caches.clear();
+    replayed.highest_leaf = static_cast<std::uint32_t>(std::stoul(in[0], nullptr, 16));
+    std::istringstream registers(in[1]);
+    registers >> std::hex;
+    for (tern_cpuid_block leaf{}; registers >> leaf.eax >> leaf.ebx >> leaf.ecx;)
+        replayed.caches.push_back(leaf);
+    std::array<tern_cpuid_block, tern::most_cache_leaves> room;
+    const auto leaves = tern::read_cache_leaves(replay, room);
+    std::ostringstream out;
+    out << leaves.size() << ';';
+    for (std::uint8_t level = 1; level <= 3; ++level)
+        if (const auto* cache = tern::data_cache(leaves, level))
+            out << " L" << +level << ' ' << tern::cache_size(*cache) << '/'
+                << tern::cache_ways(*cache);
+    if (const auto* last = tern::last_level_cache(leaves))
+        out << "; L" << +tern::cache_level(*last) << ' ' << tern::cache_size(*last);
+    return out.str();
+}
+
+std::string features(const parts& in) {
+    tern::feature_registers r{};
+    std::istringstream(in[0]) >> std::hex >> r.leaf1_ecx >> r.leaf7_ebx >> r.xcr0;
+    return text(tern::saves_avx_state(r) ? "state" : "", tern::has_avx(r) ? " avx" : "",
+                tern::has_avx2(r) ? " avx2" : "", tern::has_fma(r) ? " fma" : "",
+                tern::has_avx512f(r) ? " avx512f" : "");
+}
+
+std::string packages(const parts& in) {
+    return text(tern::count_packages((CASES "/packages/" + in[0]).c_str()));
+}
+
+std::string kernel_cache(const parts& in) {
+    const cache_fact cache = read_kernel_cache(CASES "/kernel_cache", std::stoul(in[0]));
+    const std::string folder = cache.source.value_or("/none");
+    return text(cache.size.value_or(0), ' ', cache.ways.value_or(0),
+                folder.substr(folder.rfind('/')));
+}
+
+/// The parts of a text, with their escapes \n \r \t \0 resolved.
+parts split(const std::string& line) {
+    const std::map<char, char> escapes{{'n', '\n'}, {'r', '\r'}, {'t', '\t'}, {'0', '\0'}};
+    parts result(1);
+    for (std::size_t i = 0; i < line.size(); ++i)
+        if (line[i] == '|')
+            result.emplace_back();
+        else
+            result.back() += line[i] == '\\' ? escapes.at(line[++i]) : line[i];
+    return result;
+}
+
+TEST(Decoders, GiveWhatTheirCasesSay) {
+    const std::map<std::string, std::string (*)(const parts&)> decoders{
+        {"architecture", architecture}, {"kernel_release", kernel_release},
+        {"machines", machines},         {"cpuinfo", cpuinfo},
+        {"frequency", frequency},       {"hypervisor", hypervisor},
+        {"os_name", os_name},           {"cache_leaves", cache_leaves},
+        {"features", features},         {"packages", packages},
+        {"kernel_cache", kernel_cache}, {"system_title", title}};
+    for (const auto& [name, decode] : decoders) {
+        std::ifstream file(CASES "/" + name + ".txt");
+        ASSERT_TRUE(file) << name;
+        for (std::string line; std::getline(file, line);) {
+            const std::size_t arrow = line.find(" =>");
+            if (line.starts_with('#') || arrow == std::string::npos)
+                continue;
+            const std::string output = line.substr(std::min(arrow + 4, line.size()));
+            EXPECT_EQ(decode(split(line.substr(0, arrow))), split(output)[0]) << line;
+        }
+    }
+}
+
+TEST(Decoders, LongTexts) {
+    std::string cpus;  // more threads of a core than numbers, and lines longer than the buffer
+    for (int i = 0; i < 300; ++i)
+        cpus += "processor:0\nsiblings:300\nflags:" + std::string(9000, 'x') + "\ncore id:7\n";
+    EXPECT_TRUE(cpuinfo({"300", cpus}).ends_with(" 0.7.42 0.7.43"));
+    EXPECT_EQ(os_name({"5.15.0", std::string(5000, 'x'), ""}), "5.15.0 " + std::string(4095, 'x'));
+    EXPECT_EQ(block_bytes, 6u + 4097);
+}
+
+}  // namespace
