@@ -6,7 +6,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::vector<unsigned> numbers, again;
-    if (Kestrel::parseMask(std::string(data, data + size), numbers) != Kestrel::meOk)
+    if (Kestrel::parseMask({data, data + size}, numbers) != Kestrel::meOk)
         return 0;
     std::string list;
     for (unsigned number : numbers)

@@ -8,7 +8,7 @@
 
 namespace {
 
-ucontext_t trapped;  ///< the registers as the kernel shows them to a debugger
+mcontext_t trapped;  ///< the registers as the kernel shows them to a debugger
 
 #ifdef __x86_64__
 constexpr int slots[] = {REG_R8,  REG_R9,  REG_R10, REG_R11, REG_R12, REG_R13, REG_R14, REG_R15,
@@ -26,7 +26,7 @@ TEST(Registers, CaptureAgreesWithTheKernelsView) {
     }, before;
     action.sa_flags = SA_SIGINFO;
     action.sa_sigaction = [](int /*signal*/, siginfo_t* /*info*/, void* registers) {
-        trapped.uc_mcontext = static_cast<ucontext_t*>(registers)->uc_mcontext;
+        trapped = static_cast<ucontext_t*>(registers)->uc_mcontext;
     };
     sigaction(SIGTRAP, &action, &before);
     ucontext_t context, untouched;
@@ -40,12 +40,10 @@ TEST(Registers, CaptureAgreesWithTheKernelsView) {
 
     auto& captured = context.uc_mcontext.gregs;
     EXPECT_EQ(static_cast<std::uint16_t>(captured[fs_slot] >> fs_shift), fs);
-    EXPECT_EQ(captured[next], trapped.uc_mcontext.gregs[next] + 5);
+    EXPECT_EQ(captured[next], trapped.gregs[next] + 5);
     captured[fs_slot] = captured[next] = untouched.uc_mcontext.gregs[next];
-    for (int slot : slots) {
-        EXPECT_EQ(captured[slot], trapped.uc_mcontext.gregs[slot]) << slot;
-        captured[slot] = untouched.uc_mcontext.gregs[slot];
-    }
+    for (int slot : slots)
+        EXPECT_EQ(std::exchange(captured[slot], captured[next]), trapped.gregs[slot]) << slot;
     EXPECT_TRUE(std::ranges::equal(std::as_bytes(std::span(&context, 1)),
                                    std::as_bytes(std::span(&untouched, 1))));
 }
@@ -53,8 +51,8 @@ TEST(Registers, CaptureAgreesWithTheKernelsView) {
 TEST(Registers, StackAndThreadPointers) {
     const auto frame = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
     EXPECT_LT(frame - tern_get_stack_pointer(), 65536u);
-    EXPECT_EQ(tern_get_thread_pointer(), reinterpret_cast<void*>(pthread_self()))
-        << "the C library's thread handle is the thread pointer";
+    // The C library's thread handle is the thread pointer.
+    EXPECT_EQ(tern_get_thread_pointer(), reinterpret_cast<void*>(pthread_self()));
 }
 
 }  // namespace

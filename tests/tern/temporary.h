@@ -46,9 +46,14 @@ inline void refuse(unsigned number) {
         std::_Exit(99);
 }
 
-/// `fault` ends the process with this report and no other; the line moves with the source.
+const inline testing::KilledBySignal killed(SIGABRT);
+
+/// `fault` ends the process with the report of this check and no other; its line moves with the
+/// source.
 template <typename Fault>
-void expect_report(Fault fault, const std::string& half, const std::string& check) {
-    EXPECT_EXIT(fault(), testing::KilledBySignal(SIGABRT),
-                "^" + half + ":[0-9]+ " + check + " failed\\.\n\n$");
+void expect_report(Fault fault, const std::string& function, const std::string& condition,
+                   const std::string& half = "tern/src/linux/tern") {
+    EXPECT_EXIT(
+        fault(), killed,
+        "^" + half + ":[0-9]+ " + function + ": Assertion '" + condition + "' failed\\.\n\n$");
 }

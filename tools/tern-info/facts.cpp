@@ -128,6 +128,7 @@ const char* arch_name(tern_arch_t arch) {
 struct cpu_info {
     tern_cpu_signature signature;
     std::uint8_t address_width;
+    std::uint32_t highest_address;
     std::vector<tern_cpu_topology> topology;
 };
 
@@ -135,9 +136,9 @@ cpu_info read_cpu_info(tern_arch_t arch) {
     cpu_info info{};
     if (arch != tern_arch_ia32 && arch != tern_arch_x86_64)
         return info;
-    std::uint32_t highest_address = 0, count = 0;
+    std::uint32_t count = 0;
     tern_cpu_topology* topology = nullptr;
-    const int known = tern_get_cpu_info(&info.signature, &highest_address, &info.address_width,
+    const int known = tern_get_cpu_info(&info.signature, &info.highest_address, &info.address_width,
                                         &count, &topology, &allocator);
     const std::unique_ptr<tern_cpu_topology, releaser> owner(topology);
     if (known)
@@ -191,6 +192,11 @@ machine_facts gather_facts() {
     machine.facts.push_back(text_fact("architecture", "architecture", arch_name(arch)));
     machine.facts.push_back(
         number_fact("address_width", "address width", info.address_width, " bits"));
+    std::ostringstream highest;
+    highest << "0x" << std::hex << info.highest_address;
+    machine.facts.push_back({"highest_address", "highest address",
+                             info.address_width == 0 ? json() : json(info.highest_address),
+                             highest.str()});
     machine.facts.push_back(
         number_fact("program_width", "this program's width", 8 * sizeof(void*), " bits"));
     add_processor(machine.facts);
