@@ -115,11 +115,10 @@ std::optional<double> ArrayRow::bytesPerCycle() const {
 }
 
 std::optional<double> ArrayRow::netBytesPerCycle() const {
-    const double half = cyclesOfHalf.best();
-    if (!isShort() || half == 0 || cycles.best() <= half)
+    if (!isShort() || cyclesOfOtherHalf.median() == 0)
         return std::nullopt;
     return static_cast<double>(bytesPerCall(size) - bytesPerCall(size / 2)) /
-           (cycles.best() - half);
+           cyclesOfOtherHalf.median();
 }
 
 void sampleArray(ArrayRow& row, std::span<std::byte> memory, double ticksPerSecond) {
@@ -133,8 +132,11 @@ void sampleArray(ArrayRow& row, std::span<std::byte> memory, double ticksPerSeco
     const Sample whole = sampleOf(row.size);
     row.ticks.add(whole.ticksPerCall);
     row.cycles.add(whole.cyclesPerCall);
-    if (row.isShort())
-        row.cyclesOfHalf.add(sampleOf(row.size / 2).cyclesPerCall);
+    if (row.isShort()) {
+        const Sample half = sampleOf(row.size / 2);
+        if (whole.cyclesPerCall != 0 && half.cyclesPerCall != 0)
+            row.cyclesOfOtherHalf.add(whole.cyclesPerCall - half.cyclesPerCall);
+    }
 }
 
 std::unique_ptr<Table> makeArrayTable(const Context& context) {

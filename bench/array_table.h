@@ -18,13 +18,15 @@ struct ArrayRow {
     std::uint32_t size;                          ///< bytes of the array
     std::optional<double> limit = std::nullopt;  ///< bytes a cycle, where it is known
 
-    Samples ticks{}, cycles{}, cyclesOfHalf{};  ///< of one call
+    Samples ticks{}, cycles{};    ///< of one call
+    Samples cyclesOfOtherHalf{};  ///< what a call over all takes more than one over half
 
     [[nodiscard]] double bytesPerSecond(double ticksPerSecond) const;
     [[nodiscard]] std::optional<double> bytesPerCycle() const;
 
     /// Bytes a cycle without what a call costs however short it is: the difference between calls
-    /// over the array and over its first half. Nothing for calls that are long anyway.
+    /// over the array and over its first half, sample by sample, the median. Nothing for calls that
+    /// are long anyway.
     [[nodiscard]] std::optional<double> netBytesPerCycle() const;
 
     [[nodiscard]] bool isShort() const;

@@ -55,7 +55,7 @@ void sampleInRounds(const Tables& tables, std::uint32_t rounds) {
         std::fprintf(stderr, "\r\x1b[K");
 }
 
-void writeJson(const std::string& fileName, const Tables& tables, const bench::Processor& processor,
+void writeJson(std::ostream& file, const Tables& tables, const bench::Processor& processor,
                const bench::Context& context) {
     nlohmann::ordered_json all;
     all["processor"] = processor.brand;
@@ -66,10 +66,7 @@ void writeJson(const std::string& fileName, const Tables& tables, const bench::P
     all["counter Hz"] = context.ticksPerSecond;
     for (const auto& table : tables)
         all[table->name()] = table->rows();
-    std::ofstream file(fileName);
     file << all.dump(4) << std::endl;
-    if (!file)
-        throw std::runtime_error("cannot write " + fileName);
 }
 
 int runBenchmark(const Options& options) {
@@ -90,6 +87,12 @@ int runBenchmark(const Options& options) {
         bench::comparePeers(context.memory, context.ticksPerSecond);
         return 0;
     }
+    // Opened first: nobody wants to hear after a minute that the figures cannot be kept.
+    std::ofstream json;
+    if (!options.jsonFile.empty())
+        json.open(options.jsonFile);
+    if (!json)
+        throw std::runtime_error("cannot write " + options.jsonFile);
     Tables tables;
     for (const auto make :
          {bench::makeArrayTable, bench::makeFlopTable, bench::makeListTable, bench::makeShareTable})
@@ -97,8 +100,10 @@ int runBenchmark(const Options& options) {
     sampleInRounds(tables, options.rounds);
     for (const auto& table : tables)
         bench::print(*table);
-    if (!options.jsonFile.empty())
-        writeJson(options.jsonFile, tables, processor, context);
+    if (json.is_open())
+        writeJson(json, tables, processor, context);
+    if (!json)
+        throw std::runtime_error("cannot write " + options.jsonFile);
     return 0;
 }
 
@@ -112,12 +117,14 @@ int main(int argc, char** argv) {
             ->check(CLI::Range(0, CPU_SETSIZE - 1))
             ->capture_default_str();
         app.add_option("--rounds", options.rounds, "samples of each row; the best is shown")
-            ->check(CLI::PositiveNumber)
+            ->check(CLI::Range(1, 1000000))
             ->capture_default_str();
         app.add_option("--json", options.jsonFile, "also write the figures to this file");
         app.add_flag("--peers", options.peers,
                      "instead, run other benchmarks that are installed in turn with the same work")
-            ->excludes("--cpu");
+            ->excludes("--cpu")
+            ->excludes("--rounds")
+            ->excludes("--json");
         try {
             app.parse(argc, argv);
         } catch (const CLI::ParseError& failure) {

@@ -9,9 +9,10 @@
 
 namespace bench {
 
+/// Both are 0 where the core clock was not steady, or nothing was done.
 struct Sample {
     double ticksPerCall;
-    double cyclesPerCall;  ///< 0 where the core clock was not steady, or nothing was done
+    double cyclesPerCall;
 };
 
 /// Calls a kernel, which returns its ticks, once to warm the caches and then for 50 microseconds.
@@ -26,8 +27,11 @@ Sample sampleCalls(double ticksPerSecond, Call call) {
         ticks += call();
         ++calls;
     } while (static_cast<double>(ticks) < seconds * ticksPerSecond);
+    const double cyclesPerTick = clock.cyclesPerTick();
+    if (cyclesPerTick == 0)
+        return {0, 0};
     const double ticksPerCall = static_cast<double>(ticks) / static_cast<double>(calls);
-    return {ticksPerCall, ticksPerCall * clock.cyclesPerTick()};
+    return {ticksPerCall, ticksPerCall * cyclesPerTick};
 }
 
 /// Many samples of one time.

@@ -24,8 +24,6 @@ int fail(const char* text) {
     return -1;
 }
 
-}  // namespace
-
 int parseAndRun(int argc, char** argv) {
     optkit::IParser* made = nullptr;
     if (optkit::createParser(&made) != 0)
@@ -47,6 +45,8 @@ int parseAndRun(int argc, char** argv) {
     Kestrel::readSettings(results.get(), settings);
     return Kestrel::runBenchmark(settings);
 }
+
+}  // namespace
 
 int main(int argc, char** argv) {
     flushDenormalsToZero();

@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "debugkit/assert.h"
 #include "pattern_table.h"
 
 namespace Kestrel {
@@ -10,12 +11,25 @@ namespace {
 using optkit::Value;
 using utilkit::variant_t;
 
+/// The number of a value whose type is at most `lastType`; 0 where it holds nothing.
+std::uint64_t payload(const Value& value, int lastType) {
+    const variant_t& variant = value.variant();
+    if (variant.holdsNothing())
+        return 0;
+    if (variant.type < 0 || variant.type > lastType)
+        debugkit::assertionFailed("variant.type <= lastType", "kestrel/src", __LINE__,
+                                  __PRETTY_FUNCTION__);
+    return variant.payload;
+}
+
 std::uint32_t asUnsigned(const Value& value) {
-    return static_cast<std::uint32_t>(value.variant().payload);
+    constexpr int lastInteger = 7;
+    return static_cast<std::uint32_t>(payload(value, lastInteger));
 }
 
 bool asBoolean(const Value& value) {
-    return value.variant().payload != 0;
+    constexpr int lastNumber = 9;
+    return payload(value, lastNumber) != 0;
 }
 
 /// A row holds all that is known of an option: its names, how it is shown, and its field.

@@ -1,7 +1,9 @@
 #include "run.h"
 
 #include <algorithm>
+#include <chrono>
 #include <climits>
+#include <cstdlib>
 #include <ctime>
 #include <memory>
 #include <new>
@@ -55,9 +57,27 @@ class Crew {
 
     ~Crew() {
         // Workers that still wait would wait for ever: the word that they look at is about to go.
-        atomicStore(&phase, rpFinish, std::memory_order_release);
+        enter(rpFinish);
         for (std::size_t i = 0; i < cpus.size(); ++i)
             end(i);
+    }
+
+    /// Tells all workers to finish; false where one has not after half a second. A worker that is
+    /// woken up makes one pass before it ends, and a pass can take a minute.
+    bool finishSoon() {
+        enter(rpFinish);
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
+        const auto allFinished = [&] {
+            return std::all_of(slots.get(), slots.get() + cpus.size(), [](const WorkerSlot& slot) {
+                return slot.worker == nullptr || slot.worker->finished();
+            });
+        };
+        while (!allFinished()) {
+            if (std::chrono::steady_clock::now() > deadline)
+                return false;
+            tern_yield();
+        }
+        return true;
     }
 
     /// Creates the workers one after the other, each ready before the next: they are pinned,
@@ -119,9 +139,9 @@ class Crew {
     /// False where the worker has ended without getting ready: it could not measure or prepare.
     static bool waitUntilReady(const WorkerSlot& slot) {
         while (slot.result.ready.load(std::memory_order_acquire) != 1) {
-            // The second look is for a worker that got ready and ended in between.
+            // One that got ready could not end yet: it waits for the phase.
             if (slot.worker->finished())
-                return slot.result.ready.load(std::memory_order_acquire) == 1;
+                return false;
             tern_yield();
         }
         return true;
@@ -166,37 +186,40 @@ void report(Crew& crew, const std::vector<unsigned>& cpus, const PatternSelectio
         printLine(totalLine(total).c_str());
 }
 
-/// Returns an error text, or null after a complete run.
-const char* run(const BenchmarkSettings& settings) {
+int fail(const char* error) {
+    printError(error);
+    return -1;
+}
+
+int run(const BenchmarkSettings& settings) {
     unsigned long nodeBits = 0;
     if (!parseNodes(settings.nodeMask, nodeBits))
-        return "Node mask conversion error";
+        return fail("Node mask conversion error");
     std::vector<unsigned> cpus;
     if (parseMask(settings.cpuMask, cpus) != meOk)
-        return "Cpu mask conversion error";
+        return fail("Cpu mask conversion error");
     const PatternSelection selection =
         selectPattern(settings, static_cast<std::uint32_t>(cpus.size()));
     Crew crew(selection, cpus, nodeBits);
-    if (const char* const error = crew.assemble())
-        return error;
+    if (const char* const error = crew.assemble()) {
+        const int status = fail(error);
+        if (!crew.finishSoon())
+            std::_Exit(status);  // which ends the workers in the middle of their passes
+        return status;
+    }
     crew.measure(settings.duration);
     report(crew, cpus, selection, settings);
-    return nullptr;
+    return 0;
 }
 
 }  // namespace
 
 int runBenchmark(const BenchmarkSettings& settings) {
-    const char* error = nullptr;
     try {
-        error = run(settings);
+        return run(settings);
     } catch (const std::bad_alloc&) {
-        error = "No memory";
+        return fail("No memory");
     }
-    if (error == nullptr)
-        return 0;
-    printError(error);
-    return -1;
 }
 
 }  // namespace Kestrel

@@ -70,7 +70,7 @@ struct Option : IOption {
     void declareTo(CLI::App& app) {
         given.clear();
         if (takesValue())
-            declared = app.add_option(allNames(","), given);
+            declared = app.add_option(allNames(","), given)->type_name("value");
         else
             declared = app.add_flag(allNames(","), given);
         declared->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
@@ -158,6 +158,7 @@ class Parser : public IParser {
     int parse(unsigned argc, char** argv, IResults* results) override {
         CLI::App app;
         app.set_help_flag();  // help is an option like the others here
+        app.allow_extras();   // to be named one by one, as they were typed
         for (Option& option : options)
             option.declareTo(app);
         try {
@@ -165,6 +166,8 @@ class Parser : public IParser {
         } catch (const CLI::Error& failure) {
             return fail(failure.what());
         }
+        if (app.remaining_size() != 0)
+            return fail("'" + app.remaining().front() + "' is not an option");
         return convert(static_cast<Results&>(*results));
     }
 
@@ -184,18 +187,21 @@ class Parser : public IParser {
     }
 
     /// The arguments as CLI11 takes them: last first, without the program's name. It would take
-    /// the value of "--name=" from the next argument; two arguments, the second empty, say what
-    /// is meant.
+    /// the value of "--name=" from the next argument, and a boolean's as true; what is meant is a
+    /// second argument, empty, and a blank, which is no boolean.
     std::vector<std::string> reversedArguments(unsigned argc, char** argv) {
         std::vector<std::string> arguments;
         for (const char* argument : std::span(argv, argc).subspan(argc == 0 ? 0 : 1)) {
-            const bool emptyValue = std::ranges::any_of(options, [&](const Option& option) {
-                return option.takesValue() && "--" + option.name + "=" == argument;
-            });
             arguments.emplace_back(argument);
-            if (emptyValue) {
-                arguments.back().pop_back();
-                arguments.emplace_back();
+            for (const Option& option : options) {
+                if ("--" + option.name + "=" != argument)
+                    continue;
+                if (option.takesValue()) {
+                    arguments.back().pop_back();
+                    arguments.emplace_back();
+                } else {
+                    arguments.back() += ' ';
+                }
             }
         }
         std::ranges::reverse(arguments);

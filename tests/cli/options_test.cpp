@@ -90,6 +90,7 @@ TEST(CommandLine, RefusesWhatItCannotRead) {
             expectError({option, number}, std::string(option) + ": '.*' is not a number .*");
     expectError({"--size=", "5"}, ".*");
     expectError({"--bandwidth=maybe"}, "--bandwidth: 'maybe' .*");
+    expectError({"--bandwidth="}, "--bandwidth: ' ' .*");
     expectError({"-B", "true"}, ".*true.*");
 }
 

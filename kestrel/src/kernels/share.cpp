@@ -12,7 +12,7 @@ struct AddOne {
     template <std::uint32_t unroll>
     static void loop(std::byte* slot, std::uint32_t turns) {
         asm volatile("1: .rept %c[unroll]; add %[one], (%[slot]); .endr; dec %[turns]; jnz 1b"
-                     : [turns] "+r"(turns)
+                     : [turns] "+&r"(turns)
                      : [slot] "r"(slot), [one] "r"(std::uintptr_t{1}), [unroll] "i"(unroll)
                      : "cc", "memory");
     }

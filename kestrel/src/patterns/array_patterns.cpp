@@ -57,16 +57,15 @@ PatternStatus ArrayLPattern::prepare(std::byte* buffer, const std::uint32_t& siz
     return psOk;
 }
 
-ArrayShape ArrayLPattern::shape() const {
-    return wordBytes(wordCode) == stride ? ArrayShape::contiguous : ArrayShape::strided;
+std::uint64_t ArrayLPattern::runKernel(ArrayShape shape, const PatternState& state) const {
+    const ArrayKernel* const kernel = kernelFor(shape, wordCode);
+    if (kernel == nullptr)
+        return 0;
+    return kernel->run(state.begin, state.end, shape == ArrayShape::strided ? stride : repeat);
 }
 
 std::uint64_t ArrayLPattern::runPass(PatternState& state) {
-    const ArrayKernel* const kernel = kernelFor(shape(), wordCode);
-    if (kernel == nullptr)
-        return 0;
-    return kernel->run(state.begin, state.end,
-                       kernel->argument == ArrayArgument::stride ? stride : repeat);
+    return runKernel(contiguous() ? ArrayShape::contiguous : ArrayShape::strided, state);
 }
 
 void ArrayLPattern::finish(const PatternState& state, WorkerResult& results) {
@@ -74,16 +73,12 @@ void ArrayLPattern::finish(const PatternState& state, WorkerResult& results) {
 }
 
 std::uint32_t ArrayLPattern::iterationsPerPass() {
-    const ArrayKernel* const kernel = kernelFor(shape(), wordCode);
-    return kernel != nullptr && kernel->argument == ArrayArgument::repeat ? repeat : 1;
-}
-
-ArrayShape ArrayLLSPattern::shape() const {
-    return ArrayShape::lls;
+    // The contiguous kernels for wide words are the ones that repeat.
+    return contiguous() && wordCode >= wc32 ? repeat : 1;
 }
 
 std::uint64_t ArrayLLSPattern::runPass(PatternState& state) {
-    return wordBytes(wordCode) == stride ? ArrayLPattern::runPass(state) : 0;
+    return contiguous() ? runKernel(ArrayShape::lls, state) : 0;
 }
 
 void ArrayLLSPattern::finish(const PatternState& state, WorkerResult& results) {

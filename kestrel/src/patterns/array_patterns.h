@@ -26,8 +26,10 @@ class ArrayLPattern : public BenchmarkBasePattern {
     std::uint32_t iterationsPerPass() override;
 
   protected:
-    /// The shape of this pattern's kernels.
-    [[nodiscard]] virtual ArrayShape shape() const;
+    [[nodiscard]] bool contiguous() const { return wordBytes(wordCode) == stride; }
+
+    /// One call of the kernel of that shape for this pattern's words; 0 where there is none.
+    [[nodiscard]] std::uint64_t runKernel(ArrayShape shape, const PatternState& state) const;
 
     std::uint32_t wordCode;
     std::uint32_t stride;
@@ -43,9 +45,6 @@ class ArrayLLSPattern : public ArrayLPattern {
     std::uint64_t runPass(PatternState& state) override;
     void finish(const PatternState& state, WorkerResult& results) override;
     std::uint32_t iterationsPerPass() override;
-
-  protected:
-    [[nodiscard]] ArrayShape shape() const override;
 };
 
 /// The same three quarters in 64-byte steps, written past the caches.
