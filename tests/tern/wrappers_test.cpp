@@ -35,6 +35,7 @@ TEST(Memory, RemapMovesGrowsAndShrinks) {
     EXPECT_EQ(std::string(c, 4096), x.substr(4096));
     same({tern_mprotect(c, 1, PROT_NONE), tern_mprotect(c + 1, 1, PROT_NONE)}, {1, 0});
     same({tern_munmap(c, 4096), tern_mmap(0) == nullptr}, {0, 1});
+    EXPECT_EQ(tern_get_page_size(), getpagesize());
 }
 
 TEST(Threads, IdentityMutexSemaphore) {

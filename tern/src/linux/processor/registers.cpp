@@ -59,7 +59,6 @@ static_assert(slot(REG_R8) == 40 && slot(REG_R15) == 96 && slot(REG_RDI) == 104 
         movl %ecx, 48(%eax)
         movl (%esp), %ecx
         movl %ecx, 76(%eax)
-        movl 60(%eax), %ecx
         ret
     )");
 }
