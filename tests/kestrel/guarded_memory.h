@@ -5,6 +5,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <random>
@@ -27,12 +28,10 @@ class GuardedMemory {
         mprotect(base + page, usable, PROT_READ | PROT_WRITE);
         first = base + page + (side == atEnd ? usable - size : 0);
         std::mt19937 noise(static_cast<unsigned>(size));
-        for (std::size_t i = 0; i < size; ++i)
-            first[i] = static_cast<std::byte>(noise());
+        std::generate(begin(), end(), [&] { return static_cast<std::byte>(noise()); });
     }
     ~GuardedMemory() { munmap(base, mapped); }
-    GuardedMemory(const GuardedMemory&) = delete;
-    GuardedMemory& operator=(const GuardedMemory&) = delete;
+    GuardedMemory(GuardedMemory&&) = delete;
 
     [[nodiscard]] std::byte* begin() const { return first; }
     [[nodiscard]] std::byte* end() const { return first + size; }

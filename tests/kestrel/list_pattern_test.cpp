@@ -4,7 +4,6 @@
 
 #include <csignal>
 #include <cstring>
-#include <vector>
 
 #include "guarded_memory.h"
 #include "kestrel/kernels.h"
@@ -13,18 +12,23 @@
 namespace Kestrel {
 namespace {
 
-constexpr std::byte untouched{0xA5};
-
 TEST(ListPattern, LaysTheNodesInOrderAndWalksThemAll) {
-    struct Case {
-        std::uint32_t stride, size, count;
-    };
     constexpr std::uint32_t address = sizeof(void*);
-    for (const Case& it :
-         {Case{64, 4096, 64}, Case{64, 64, 1}, Case{64, 127, 1}, Case{65, 1000, 15},
-          Case{address, 10 * address, 10}, Case{address + 1, 100, 100 / (address + 1)}}) {
+    const struct {
+        std::uint32_t stride, size, count;
+    } cases[] = {{64, 4096, 64},
+                 {64, 64, 1},
+                 {64, 127, 1},
+                 {65, 1000, 15},
+                 {address, 10 * address, 10},
+                 {address + 1, 100, 100 / (address + 1)}};
+    for (const auto& it : cases) {
         const GuardedMemory memory(it.size, GuardedMemory::atEnd);
-        std::fill(memory.begin(), memory.end(), untouched);
+        std::vector<std::byte> expected = memory.copy();
+        for (std::uint32_t k = 0; k < it.count; ++k) {
+            std::byte* const next = memory.begin() + std::size_t{k + 1} * it.stride;
+            std::memcpy(&expected[std::size_t{k} * it.stride], &next, sizeof next);
+        }
         ListLPattern pattern(it.stride);
         WorkerResult results;
         PatternState state{};
@@ -33,12 +37,7 @@ TEST(ListPattern, LaysTheNodesInOrderAndWalksThemAll) {
             ASSERT_EQ(pattern.prepare(memory.begin(), it.size, results, state), psOk);
         EXPECT_EQ(state.begin, memory.begin());
         EXPECT_EQ(state.count, it.count);
-        std::vector<std::byte> expected(it.size, untouched);
-        for (std::uint32_t k = 0; k < it.count; ++k) {
-            std::byte* const next = memory.begin() + std::size_t{k + 1} * it.stride;
-            std::memcpy(&expected[std::size_t{k} * it.stride], &next, sizeof next);
-        }
-        EXPECT_TRUE(std::equal(memory.begin(), memory.end(), expected.begin())) << it.stride;
+        EXPECT_EQ(memory.copy(), expected) << it.stride;
 
         EXPECT_GT(pattern.runPass(state), 0u);
         results.iterations = 3;
@@ -50,10 +49,8 @@ TEST(ListPattern, LaysTheNodesInOrderAndWalksThemAll) {
 TEST(ListPattern, FollowsExactlyAsManyLinksAsAskedFor) {
     // The last link leads to the page behind the array: following it one time more must fault.
     const GuardedMemory memory(640, GuardedMemory::atEnd);
-    ListLPattern pattern(64);
-    WorkerResult results;
     PatternState state{};
-    ASSERT_EQ(pattern.prepare(memory.begin(), 640, results, state), psOk);
+    ASSERT_EQ(ListLPattern(64).prepare(memory.begin(), 640, WorkerResult(), state), psOk);
     for (std::uint32_t k = 1; k <= 10; ++k) {
         const std::byte* const head = memory.end() - std::size_t{k} * 64;
         EXPECT_EQ(singleStep([&] { kestrel___list(head, k); }), 0) << k;
@@ -63,13 +60,15 @@ TEST(ListPattern, FollowsExactlyAsManyLinksAsAskedFor) {
 
 TEST(ListPattern, RefusesWhatHoldsNoList) {
     std::byte buffer[64];
-    WorkerResult results;
-    PatternState state{};
+    const auto status = [](std::uint32_t stride, std::byte* array, std::uint32_t size) {
+        PatternState state{};
+        return ListLPattern(stride).prepare(array, size, WorkerResult(), state);
+    };
     for (const std::uint32_t stride : {0u, 1u, static_cast<std::uint32_t>(sizeof(void*)) - 1})
-        EXPECT_EQ(ListLPattern(stride).prepare(buffer, 64, results, state), psInvalidParameters);
-    EXPECT_EQ(ListLPattern(64).prepare(nullptr, 64, results, state), psInvalidArray);
-    EXPECT_EQ(ListLPattern(64).prepare(buffer, 0, results, state), psInvalidArray);
-    EXPECT_EQ(ListLPattern(64).prepare(buffer, 63, results, state), psInvalidArray);
+        EXPECT_EQ(status(stride, buffer, 64), psInvalidParameters);
+    EXPECT_EQ(status(64, nullptr, 64), psInvalidArray);
+    for (const std::uint32_t size : {0u, 63u})
+        EXPECT_EQ(status(64, buffer, size), psInvalidArray);
 }
 
 }  // namespace

@@ -11,17 +11,16 @@ struct ScriptedPattern : BenchmarkBasePattern {
     std::vector<std::uint32_t> phaseDuringPass;  ///< what the driver stores during each pass
     std::uint64_t ticks = 7;
     PatternStatus prepared = psOk;
-    RunPhase* phase = nullptr;
+    RunPhase phase = rpWait;
     std::size_t passes = 0, prepares = 0, finishes = 0;
 
     PatternStatus prepare(std::byte* /*buffer*/, const std::uint32_t& /*size*/,
-                          const WorkerResult& /*results*/, PatternState& state) override {
+                          const WorkerResult& /*results*/, PatternState& /*state*/) override {
         ++prepares;
-        state.count = 0;
         return prepared;
     }
     std::uint64_t runPass(PatternState& /*state*/) override {
-        *phase = phaseDuringPass.at(passes++);
+        phase = phaseDuringPass.at(passes++);
         return ticks;
     }
     void finish(const PatternState& /*state*/, WorkerResult& results) override {
@@ -38,31 +37,27 @@ TEST(PatternFrame, CountsTheFirstPassAndThoseBegunWhileMeasuring) {
         const char* name;
         std::uint32_t firstPhase;
         std::vector<std::uint32_t> phaseDuringPass;
-        std::uint64_t ticks;
-        std::uint64_t counted;
-    } cases[] = {
-        {"never measured", rpTimed, {rpTimed, rpTimed, rpFinish}, 7, 1},
-        {"finished at once", rpTimed, {rpFinish}, 7, 1},
-        {"the whole course",
-         rpTimed,
-         {rpTimed, rpMeasure, rpMeasure, rpStopMeasure, rpStopMeasure, rpFinish},
-         7,
-         3},
-        {"measure then finish", rpTimed, {rpMeasure, rpFinish}, 7, 2},
-        {"single pass", rpSinglePass, {rpSinglePass}, 7, 1},
-        {"woken by the end", rpFinish, {rpFinish}, 7, 1},
-        {"woken while measuring", rpMeasure, {rpMeasure}, 7, 1},
-        {"passes without ticks", rpTimed, {rpMeasure, rpMeasure, rpFinish}, 0, 0},
-    };
+        std::uint64_t ticks, counted;
+    } cases[] = {{"never measured", rpTimed, {rpTimed, rpTimed, rpFinish}, 7, 1},
+                 {"finished at once", rpTimed, {rpFinish}, 7, 1},
+                 {"whole",
+                  rpTimed,
+                  {rpTimed, rpMeasure, rpMeasure, rpStopMeasure, rpStopMeasure, rpFinish},
+                  7,
+                  3},
+                 {"measure then finish", rpTimed, {rpMeasure, rpFinish}, 7, 2},
+                 {"single pass", rpSinglePass, {rpSinglePass}, 7, 1},
+                 {"woken by the end", rpFinish, {rpFinish}, 7, 1},
+                 {"woken while measuring", rpMeasure, {rpMeasure}, 7, 1},
+                 {"passes without ticks", rpTimed, {rpMeasure, rpMeasure, rpFinish}, 0, 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        RunPhase phase = c.firstPhase;
         ScriptedPattern pattern;
         pattern.phaseDuringPass = c.phaseDuringPass;
         pattern.ticks = c.ticks;
-        pattern.phase = &phase;
+        pattern.phase = c.firstPhase;
         WorkerResult result;
-        EXPECT_EQ(pattern.run(nullptr, 0, result, phase), psOk);
+        EXPECT_EQ(pattern.run(nullptr, 0, result, pattern.phase), psOk);
         EXPECT_EQ(result.ready, 1u);
         EXPECT_EQ(pattern.passes, c.phaseDuringPass.size());
         EXPECT_EQ(result.clocks, 7 * c.counted);
@@ -75,13 +70,11 @@ TEST(PatternFrame, CountsTheFirstPassAndThoseBegunWhileMeasuring) {
 
 TEST(PatternFrame, AFailedPreparationEndsTheRunUntouched) {
     for (const PatternStatus status : {psInvalidArray, psInvalidParameters}) {
-        RunPhase phase = rpWait;  // nobody would ever wake it
-        ScriptedPattern pattern;
+        ScriptedPattern pattern;  // whose phase nobody would ever change
         pattern.prepared = status;
         WorkerResult result;
-        EXPECT_EQ(pattern.run(nullptr, 0, result, phase), status);
-        EXPECT_EQ(result.ready, 0u);
-        EXPECT_EQ(result.clocks + result.iterations + result.bytes, 0u);
+        EXPECT_EQ(pattern.run(nullptr, 0, result, pattern.phase), status);
+        EXPECT_EQ(result.ready + result.clocks + result.iterations + result.bytes, 0u);
         EXPECT_EQ(pattern.passes + pattern.finishes, 0u);
     }
 }
