@@ -8,14 +8,15 @@
 namespace {
 
 /// One pass. Word and stride alike, or "a-lls" would have nothing to do.
-Words onePass(const std::string& pattern) {
-    return {"--pattern", pattern, "--size",     "4096", "--word",     "64",
-            "--stride",  "64",    "--duration", "0",    "--bandwidth"};
+Words onePass(std::string_view pattern) {
+    Words words = "--size 4096 --word 64 --stride 64 --duration 0 --bandwidth --pattern"_words;
+    words.emplace_back(pattern);
+    return words;
 }
 
 TEST(AllPatterns, MakeOnePassAndReport) {
     for (const Kestrel::PatternRow& row : Kestrel::allPatterns())
-        expectRun(onePass(std::string(row.name)), 0,
+        expectRun(onePass(row.name), 0,
                   std::string(row.accessTimeLine ? "cpuidx[^\n]* clocks=[^\n]*\n" : "") +
                       "cpuidx[^\n]*\nTotal BW\\(GB/s\\)=[^\n]*\n");
     EXPECT_EQ(Kestrel::allPatterns().size(), 26u);
@@ -23,8 +24,7 @@ TEST(AllPatterns, MakeOnePassAndReport) {
 
 TEST(AllPatterns, AnUnknownNameChasesAList) {
     // 64 nodes of 64 bytes: the array size shows that it is no pattern without one.
-    expectRun({"-p", "A-L", "-S", "4096", "-s", "64", "-d", "0", "-B"}, 0,
-              ".* iters=1 size\\(MB\\)=0\\.004096 .*");
+    expectRun("-p A-L -S 4096 -s 64 -d 0 -B"_words, 0, ".* iters=1 size\\(MB\\)=0\\.004096 .*");
 }
 
 TEST(AllPatterns, SharedArraysServeTwoWorkers) {

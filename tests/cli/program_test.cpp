@@ -20,47 +20,41 @@ TEST(Program, HelpsByEachNameAndBesideAnything) {
     for (const char* name :
          {"pattern", "size", "node", "cpu", "word", "stride", "duration", "bandwidth", "help"})
         EXPECT_NE(help.find(std::string("--") + name + " "), std::string::npos) << name;
-    for (const Words& arguments : {Words{},
-                                   {"-h"},
-                                   {"-?"},
-                                   {"--help"},
-                                   {"-B", "-h"},
-                                   {"--help", "--size=abc"},
-                                   {"-c", "no mask", "--help"}}) {
+    for (const Words& arguments : {""_words, "-h"_words, "-?"_words, "--help"_words, "-B -h"_words,
+                                   "--help --size=abc"_words, "-c a --help"_words}) {
         const Outcome outcome = runProgram(arguments);
         EXPECT_EQ(outcome.status, 0) << testing::PrintToString(arguments);
         EXPECT_EQ(outcome.output, help) << testing::PrintToString(arguments);
     }
 }
 
+/// The lines of that many workers on CPU 0 and their total.
+std::string report(int workers, const std::string& iterations, const std::string& size) {
+    const bool nothing = iterations == "0";
+    std::string text;
+    for (int i = 0; i < workers; ++i)
+        text += "cpuidx\\(" + std::to_string(i) +
+                "\\)=0 freq\\(MHz\\)=[0-9]+\\.000000 iters=" + iterations +
+                " size\\(MB\\)=" + size +
+                " BW\\(GB/s\\)=" + (nothing ? "0\\.000000\n" : "[0-9]+\\.[0-9]{6}\n");
+    return text + "Total BW\\(GB/s\\)=" + (nothing ? "0\n" : "[0-9.e+]+\n");
+}
+
 TEST(Program, ReportsAsAsked) {
-    const std::string total = "Total BW\\(GB/s\\)=[0-9.e+]+\n";
-    const auto line = [](const char* start, const char* count, const char* size,
-                         const char* bandwidth = "[0-9]+\\.[0-9]{6}") {
-        return std::string("cpuidx") + start + " freq\\(MHz\\)=[0-9]+\\.000000 iters=" + count +
-               " size\\(MB\\)=" + size + " BW\\(GB/s\\)=" + bandwidth + "\n";
-    };
-    const auto two = [&](const char* size) {
-        return line("\\(0\\)=0", "1", size) + line("\\(1\\)=0", "1", size) + total;
-    };
-    expectRun({"-d0"}, 0, "");
-    expectRun({"-d5", "-d0", "-B", "--bandwidth=false"}, 0, "");
-    expectRun({"-d", "0", "-B"}, 0, line("\\(0\\)=0", "1", "0\\.016384") + total);
-    expectRun({"-B", "--duration=0", "--word", "64", "-s64", "-S", "32K"}, 0,
-              line("\\(0\\)=0", "1000", "0\\.032768") + total);
-    expectRun({"-d0", "-B", "-S1", "-c", "0,0"}, 0, two("0\\.000001"));
-    expectRun({"-d0", "-B", "-p", "s-a", "-c0,0", "-S1m"}, 0, two("1\\.048576"));
-    expectRun({"-d0", "--bandwidth=1", "-pa-lls", "-s", "0", "-S4k"}, 0,
-              line("\\(0\\)=0", "1000", "0\\.004096") + total);
-    expectRun({"-d0", "-p", "a-lls", "-w8", "-s8", "-B"}, 0,
-              line("\\(0\\)=0", "0", "0\\.016384", "0\\.000000") + "Total BW\\(GB/s\\)=0\n");
-    expectRun({"--duration", "1", "-B", "--pattern", "a-fastmem"}, 0,
-              line("\\(0\\)=0", "[0-9]{3,}", "0\\.016384") + total);
+    expectRun("-d0"_words, 0, "");
+    expectRun("-d5 -d0 -B --bandwidth=false"_words, 0, "");
+    expectRun("-d 0 -B"_words, 0, report(1, "1", "0\\.016384"));
+    expectRun("-B --duration=0 --word 64 -s64 -S 32K"_words, 0, report(1, "1000", "0\\.032768"));
+    expectRun("-d0 -B -S1 -c 0,0"_words, 0, report(2, "1", "0\\.000001"));
+    expectRun("-d0 -B -p s-a -c0,0 -S1m"_words, 0, report(2, "1", "1\\.048576"));
+    expectRun("-d0 --bandwidth=1 -pa-lls -s 0 -S4k"_words, 0, report(1, "1000", "0\\.004096"));
+    expectRun("-d0 -p a-lls -w8 -s8 -B"_words, 0, report(1, "0", "0\\.016384"));
+    expectRun("--duration 1 -B --pattern a-fastmem"_words, 0, report(1, "[0-9]{3,}", "0\\.016384"));
 }
 
 TEST(Program, RefusesWhatItCannotRead) {
     for (const Words& arguments :
-         {Words{"--bogus"}, {"-x"}, {"--patt", "a-l"}, {"stray"}, {"--size"}})
+         {"--bogus"_words, "-x"_words, "--patt a-l"_words, "stray"_words, "--size"_words})
         expectError(arguments, "[^\n]*" + arguments.front() + "[^\n]*");
     expectError({"-d0", "--", "stray"}, "[^\n]*stray[^\n]*");
     expectError({"--caf\xc3\xa9=\n1"}, "[^\n]*--caf\\?\\?=\\?1[^\n]*");
@@ -95,16 +89,14 @@ TEST(Program, RefusesArraysItCannotMakeOrPrepare) {
     if (sizeof(void*) == 4)
         expectError({"-d0", "-S", "4294963200"}, "No memory");
     // A stride beyond the array; no loops; links that would overlap.
-    for (const Words& arguments : {Words{"-S", "4096", "-s", "4097"},
-                                   {"-S", "4096", "-s", "4294967295", "-c", "0,0"},
-                                   {"-p", "f-d4f", "-S", "0"},
-                                   {"-p", "l-l", "-s", "2"}})
+    for (const Words& arguments : {"-S 4096 -s 4097"_words, "-S 4096 -s 4294967295 -c 0,0"_words,
+                                   "-p f-d4f -S 0"_words, "-p l-l -s 2"_words})
         expectError(arguments, "Worker preparation error");
 }
 
 TEST(Program, TakesLostOutputForAnErrorAndDoesNotCrash) {
     for (const char* file : {"", "/dev/full"}) {
-        for (const Words& arguments : {Words{"-d0", "-B"}, {"--bogus"}, {"-h"}})
+        for (const Words& arguments : {"-d0 -B"_words, "--bogus"_words, "-h"_words})
             EXPECT_EQ(runProgram(arguments, {.outputFile = file}).status, 255);
         EXPECT_EQ(runProgram({"-d0"}, {.outputFile = file}).status, 0);
     }
@@ -113,22 +105,23 @@ TEST(Program, TakesLostOutputForAnErrorAndDoesNotCrash) {
 #ifdef FAULTS_LIBRARY  // not under sanitizers, which also export their own functions
 
 TEST(Program, EndsInOneLineWhereACallFails) {
-    const std::pair<std::string, const char*> cases[] = {
+    const std::string creation = "Worker creation error\n";
+    const std::pair<std::string, std::string> cases[] = {
         {"mmap", "No memory\n"},
         {"mbind", "No memory\n"},
-        {"sched_setaffinity", "Worker creation error\n"},
-        {"pthread_create", "Worker creation error\n"},
+        {"sched_setaffinity", creation},
+        {"pthread_create", creation},
         {"gettimeofday", "Worker (preparation|creation) error\n"}};
     for (const auto& [function, error] : cases)
-        for (const char* call : {"1", "2", "3"})
+        for (const std::string call : {":1", ":2", ":3"})
             for (const char* pattern : {"a-l", "s-a"}) {
                 // A shared array is made once.
-                if (function.starts_with("m") && *pattern == 's' && *call != '1')
+                if (function.starts_with("m") && *pattern == 's' && call != ":1")
                     continue;
-                SCOPED_TRACE(function + ":" + call + " " + pattern);
-                expectRun({"-d0", "-B", "-c0,0,0", "-p", pattern}, 255, error,
-                          {.environment = {"LD_PRELOAD=" FAULTS_LIBRARY,
-                                           "FAULT=" + function + ":" + call}});
+                SCOPED_TRACE(function + call);
+                expectRun(
+                    {"-d0", "-B", "-c0,0,0", "-p", pattern}, 255, error,
+                    {.environment = {"LD_PRELOAD=" FAULTS_LIBRARY, "FAULT=" + function + call}});
             }
 }
 

@@ -5,7 +5,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <iterator>
 #include <regex>
+#include <sstream>
 
 namespace {
 
@@ -31,6 +33,11 @@ constexpr unsigned longestRun = 60;  // seconds
 }
 
 }  // namespace
+
+Words operator""_words(const char* text, std::size_t length) {
+    std::istringstream words(std::string(text, length));
+    return {std::istream_iterator<std::string>(words), {}};
+}
 
 Outcome runProgram(const Words& arguments, const RunOptions& options) {
     Words command = options.emulator;

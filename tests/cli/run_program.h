@@ -6,6 +6,9 @@
 
 using Words = std::vector<std::string>;
 
+/// The words between the blanks of a text.
+Words operator""_words(const char* text, std::size_t length);
+
 struct Outcome {
     int status = -1;     ///< exit status; 128 + N after signal N, SIGALRM where it took too long
     std::string output;  ///< standard output and standard error together

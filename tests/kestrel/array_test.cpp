@@ -4,6 +4,7 @@
 
 #include <fstream>
 
+#include "patterns/array_patterns.h"
 #include "tern/run_services.h"
 
 using namespace Kestrel;
@@ -11,17 +12,6 @@ using namespace Kestrel;
 namespace {
 
 constexpr unsigned long nodeZero = 1;
-
-struct SizePattern : IPattern {
-    std::byte* buffer = nullptr;
-    std::uint32_t size = 0;
-    PatternStatus run(std::byte* given, std::uint32_t length, WorkerResult& /*results*/,
-                      const RunPhase& /*phase*/) override {
-        buffer = given;
-        size = length;
-        return psInvalidParameters;
-    }
-};
 
 /// Mappings of this process. Large ones only: the allocator's own would disturb the count.
 std::size_t mappedPages() {
@@ -87,16 +77,13 @@ TEST(Array, RunsThePatternOverItsMemoryAndReleasesTwice) {
     IArray* made = nullptr;
     ASSERT_EQ(Array::create(10000, pkSystem, &nodeZero, 32, &made), Array::aeOk);
     auto* const array = static_cast<Array*>(made);
-    SizePattern pattern;
+    ArrayLPattern pattern(wc64, 64, 1);  // writes all that it is given
     WorkerResult result;
-    const RunPhase phase = rpWait;
-    EXPECT_EQ(array->run(pattern, result, phase), psInvalidParameters);
-    EXPECT_EQ(pattern.size, 12288u);
-    pattern.buffer[pattern.size - 1] = std::byte{1};  // writable to its last byte
+    const RunPhase phase = rpSinglePass;
+    EXPECT_EQ(array->run(pattern, result, phase), psOk);
+    EXPECT_EQ(result.bytes, 12288u);
     EXPECT_EQ(array->release(), Array::aeOk);
     EXPECT_EQ(array->release(), Array::aeOk);
-    array->run(pattern, result, phase);
-    EXPECT_EQ(pattern.buffer, nullptr);
-    EXPECT_EQ(pattern.size, 0u);
+    EXPECT_EQ(array->run(pattern, result, phase), psInvalidArray);
     EXPECT_EQ(Array::destroy(array), Array::aeOk);
 }
