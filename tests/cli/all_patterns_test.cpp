@@ -71,16 +71,16 @@ TEST(AllPatterns, CountWhatOtherProcessorsCanAndEndNormally) {
         const char* name;
         bool avx, fma;
     } models[] = {{"Nehalem", false, false}, {"max,-fma", true, false}, {"max", true, true}};
+    const std::string preload = "LD_PRELOAD=" FAULTS_LIBRARY;
     for (const auto& model : models)
         for (const Kestrel::PatternRow& row : Kestrel::allPatterns()) {
             const std::string name(row.name),
                 qemu = sizeof(void*) == 8 ? "qemu-x86_64" : "qemu-i386";
             // QEMU has no system call for memory policies, so the program must find no NUMA
             // support.
-            const Outcome run =
-                runProgram(onePass(name),
-                           {.emulator = {qemu, "-cpu", model.name, "-E",
-                                         "LD_PRELOAD=" FAULTS_LIBRARY, "-E", "FAULT=access:1"}});
+            const Outcome run = runProgram(
+                onePass(name),
+                {.emulator = {qemu, "-cpu", model.name, "-E", preload, "-E", "FAULT=access:1"}});
             if (run.status == 127)
                 GTEST_SKIP() << "no " << qemu;
             SCOPED_TRACE(name + " on " + model.name + "\n" + run.output);

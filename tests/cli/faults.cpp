@@ -39,10 +39,10 @@ bool failsNow(const char* function, int error) {
 }  // namespace
 
 /// Defines a function that fails with `error` when it is its turn, else calls the next of its name.
-#define MAY_FAIL(result, name, parameters, arguments, error, failure)                 \
-    extern "C" [[gnu::visibility("default")]] result name parameters noexcept {       \
-        const auto next = reinterpret_cast<decltype(&name)>(dlsym(RTLD_NEXT, #name)); \
-        return failsNow(#name, error) ? failure : next arguments;                     \
+#define MAY_FAIL(result, name, parameters, arguments, error, failure)                   \
+    extern "C" [[gnu::visibility("default")]] result(name) parameters noexcept {        \
+        const auto next = reinterpret_cast<decltype(&(name))>(dlsym(RTLD_NEXT, #name)); \
+        return failsNow(#name, error) ? (failure) : next arguments;                     \
     }
 MAY_FAIL(void*, mmap,
          (void* address, size_t length, int protection, int flags, int fd, off_t offset),

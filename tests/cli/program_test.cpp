@@ -31,12 +31,12 @@ TEST(Program, HelpsByEachNameAndBesideAnything) {
 /// The lines of that many workers on CPU 0 and their total.
 std::string report(int workers, const std::string& iterations, const std::string& size) {
     const bool nothing = iterations == "0";
+    const std::string rest = "\\)=0 freq\\(MHz\\)=[0-9]+\\.000000 iters=" + iterations +
+                             " size\\(MB\\)=" + size +
+                             " BW\\(GB/s\\)=" + (nothing ? "0\\.000000\n" : "[0-9]+\\.[0-9]{6}\n");
     std::string text;
     for (int i = 0; i < workers; ++i)
-        text += "cpuidx\\(" + std::to_string(i) +
-                "\\)=0 freq\\(MHz\\)=[0-9]+\\.000000 iters=" + iterations +
-                " size\\(MB\\)=" + size +
-                " BW\\(GB/s\\)=" + (nothing ? "0\\.000000\n" : "[0-9]+\\.[0-9]{6}\n");
+        text.append("cpuidx\\(").append(std::to_string(i)).append(rest);
     return text + "Total BW\\(GB/s\\)=" + (nothing ? "0\n" : "[0-9.e+]+\n");
 }
 
@@ -118,10 +118,10 @@ TEST(Program, EndsInOneLineWhereACallFails) {
                 // A shared array is made once.
                 if (function.starts_with("m") && *pattern == 's' && call != ":1")
                     continue;
-                SCOPED_TRACE(function + call);
-                expectRun(
-                    {"-d0", "-B", "-c0,0,0", "-p", pattern}, 255, error,
-                    {.environment = {"LD_PRELOAD=" FAULTS_LIBRARY, "FAULT=" + function + call}});
+                const std::string fault = function + call;
+                SCOPED_TRACE(fault);
+                expectRun({"-d0", "-B", "-c0,0,0", "-p", pattern}, 255, error,
+                          {.environment = {"LD_PRELOAD=" FAULTS_LIBRARY, "FAULT=" + fault}});
             }
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 /// Its passes themselves change the phase.
 struct ScriptedPattern : BenchmarkBasePattern {
-    std::vector<std::uint32_t> phaseDuringPass;  ///< what the driver stores during each pass
+    std::vector<std::uint32_t> phases;  ///< at the start and set during each pass
     std::uint64_t ticks = 7;
     PatternStatus prepared = psOk;
     RunPhase phase = rpWait;
@@ -23,7 +23,7 @@ struct ScriptedPattern : BenchmarkBasePattern {
         return prepared;
     }
     std::uint64_t runPass(PatternState& /*state*/) override {
-        phase = phaseDuringPass.at(passes++);
+        phase = phases.at(++passes);
         return ticks;
     }
     void finish(const PatternState& /*state*/, WorkerResult& results) override {
@@ -36,36 +36,34 @@ struct ScriptedPattern : BenchmarkBasePattern {
 TEST(PatternFrame, CountsTheFirstPassAndThoseBegunWhileMeasuring) {
     const struct {
         const char* name;
-        std::uint32_t firstPhase;
-        std::vector<std::uint32_t> phaseDuringPass;
+        std::vector<std::uint32_t> phases;
         std::uint64_t ticks, counted;
         PatternStatus prepared = psOk;
-    } cases[] = {{"never measured", rpTimed, {rpTimed, rpTimed, rpFinish}, 7, 1},
-                 {"finished at once", rpTimed, {rpFinish}, 7, 1},
+    } cases[] = {{"never measured", {rpTimed, rpTimed, rpTimed, rpFinish}, 7, 1},
+                 {"finished at once", {rpTimed, rpFinish}, 7, 1},
                  {"whole",
-                  rpTimed,
-                  {rpTimed, rpMeasure, rpMeasure, rpStopMeasure, rpStopMeasure, rpFinish},
+                  {rpTimed, rpTimed, rpMeasure, rpMeasure, rpStopMeasure, rpStopMeasure, rpFinish},
                   7,
                   3},
-                 {"measure then finish", rpTimed, {rpMeasure, rpFinish}, 7, 2},
-                 {"single pass", rpSinglePass, {rpSinglePass}, 7, 1},
-                 {"woken by the end", rpFinish, {rpFinish}, 7, 1},
-                 {"woken while measuring", rpMeasure, {rpMeasure}, 7, 1},
-                 {"passes without ticks", rpTimed, {rpMeasure, rpMeasure, rpFinish}, 0, 0},
-                 {"refused array, nobody would end it", rpWait, {}, 7, 0, psInvalidArray},
-                 {"refused parameters", rpWait, {}, 7, 0, psInvalidParameters}};
+                 {"measure then finish", {rpTimed, rpMeasure, rpFinish}, 7, 2},
+                 {"single pass", {rpSinglePass, rpSinglePass}, 7, 1},
+                 {"woken by the end", {rpFinish, rpFinish}, 7, 1},
+                 {"woken while measuring", {rpMeasure, rpMeasure}, 7, 1},
+                 {"passes without ticks", {rpTimed, rpMeasure, rpMeasure, rpFinish}, 0, 0},
+                 {"refused array, nobody would end it", {rpWait}, 7, 0, psInvalidArray},
+                 {"refused parameters", {rpWait}, 7, 0, psInvalidParameters}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         ScriptedPattern pattern;
-        pattern.phaseDuringPass = c.phaseDuringPass;
+        pattern.phases = c.phases;
         pattern.ticks = c.ticks;
-        pattern.phase = c.firstPhase;
+        pattern.phase = c.phases.front();
         pattern.prepared = c.prepared;
         const unsigned prepared = c.prepared == psOk ? 1 : 0;
         WorkerResult result;
         EXPECT_EQ(pattern.run(nullptr, 0, result, pattern.phase), c.prepared);
         EXPECT_EQ(result.ready, prepared);
-        EXPECT_EQ(pattern.passes, c.phaseDuringPass.size());
+        EXPECT_EQ(pattern.passes, c.phases.size() - 1);
         EXPECT_EQ(result.clocks, 7 * c.counted);
         EXPECT_EQ(result.iterations, 1000 * c.counted);
         EXPECT_EQ(result.bytes, 100000 * c.counted);
@@ -77,7 +75,7 @@ TEST(PatternFrame, CountsTheFirstPassAndThoseBegunWhileMeasuring) {
 struct Case {
     std::uint32_t size, word, stride;
     std::uint32_t count, block;  ///< of the alternating fill, in bytes; 0 where it is refused
-    std::uint64_t bytes;         ///< of one iteration
+    std::uint32_t bytes;         ///< of one iteration
     std::uint32_t perPass;       ///< iterations
 };
 

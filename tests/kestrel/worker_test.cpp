@@ -71,7 +71,7 @@ TEST(Frequency, AgreesWithALongerInterval) {
         const std::uint64_t ticks = tern_read_tsc();
         const auto start = Clock::now();
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        const double passed = static_cast<double>(tern_read_tsc() - ticks);
+        const auto passed = static_cast<double>(tern_read_tsc() - ticks);
         const std::chrono::duration<double, std::micro> microseconds = Clock::now() - start;
         const double measured = static_cast<double>(measureFrequency()) / 1e6;
         nearest = std::min(nearest, std::abs(measured - passed / microseconds.count()));
