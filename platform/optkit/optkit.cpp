@@ -166,8 +166,9 @@ class Parser : public IParser {
         } catch (const CLI::Error& failure) {
             return fail(failure.what());
         }
-        if (app.remaining_size() != 0)
-            return fail("'" + app.remaining().front() + "' is not an option");
+        for (const std::string& word : app.remaining())
+            if (word != "--")  // which the parser keeps in front of what follows it
+                return fail("'" + word + "' is not an option");
         return convert(static_cast<Results&>(*results));
     }
 

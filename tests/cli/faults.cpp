@@ -12,12 +12,12 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdarg>
 #include <cstdlib>
 #include <cstring>
 
 namespace {
 
+/// n where FAULT names that function, else 0.
 unsigned wanted(const char* function) {
     const char* const fault = std::getenv("FAULT");
     const std::size_t length = std::strlen(function);
@@ -26,80 +26,53 @@ unsigned wanted(const char* function) {
     return static_cast<unsigned>(std::strtoul(fault + length + 1, nullptr, 10));
 }
 
-/// Each of these functions keeps its own count: F makes one instance for each.
-template <class F>
-bool failsNow(const char* function, F /*one*/) {
+/// Only the function that FAULT names is counted.
+bool failsNow(const char* function, int error) {
     static std::atomic<unsigned> calls = 0;
-    return wanted(function) == ++calls;
-}
-
-template <class Function>
-Function* next(const char* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+    const unsigned call = wanted(function);
+    if (call == 0 || ++calls != call)
+        return false;
+    errno = error;
+    return true;
 }
 
 }  // namespace
 
-extern "C" {
-
-[[gnu::visibility("default")]] void* mmap(void* address, size_t length, int protection, int flags,
-                                          int fd, off_t offset) noexcept {
-    if (failsNow("mmap", [] {})) {
-        errno = ENOMEM;
-        return MAP_FAILED;
+/// Defines a function that fails with `error` when it is its turn, else calls the next of its name.
+#define MAY_FAIL(result, name, parameters, arguments, error, failure)                   \
+    extern "C" [[gnu::visibility("default")]] result(name) parameters noexcept {        \
+        const auto next = reinterpret_cast<decltype(&(name))>(dlsym(RTLD_NEXT, #name)); \
+        return failsNow(#name, error) ? (failure) : next arguments;                     \
     }
-    return next<decltype(mmap)>("mmap")(address, length, protection, flags, fd, offset);
-}
+MAY_FAIL(void*, mmap,
+         (void* address, size_t length, int protection, int flags, int fd, off_t offset),
+         (address, length, protection, flags, fd, offset), ENOMEM, MAP_FAILED)
+// As on a kernel without NUMA support, whose folder this program looks for.
+MAY_FAIL(int, access, (const char* path, int mode), (path, mode), ENOENT, -1)
+MAY_FAIL(int, sched_setaffinity, (pid_t thread, size_t size, const cpu_set_t* set),
+         (thread, size, set), EINVAL, -1)
+MAY_FAIL(int, pthread_create,
+         (pthread_t * thread, const pthread_attr_t* attributes, void* (*body)(void*),
+          void* argument),
+         (thread, attributes, body, argument), EAGAIN, EAGAIN)
 
-/// As on a kernel without NUMA support, whose folder this program looks for.
-[[gnu::visibility("default")]] int access(const char* path, int mode) noexcept {
-    if (failsNow("access", [] {})) {
-        errno = ENOENT;
-        return -1;
-    }
-    return next<decltype(access)>("access")(path, mode);
-}
-
-[[gnu::visibility("default")]] int sched_setaffinity(pid_t thread, size_t size,
-                                                     const cpu_set_t* set) noexcept {
-    if (failsNow("sched_setaffinity", [] {})) {
-        errno = EINVAL;
-        return -1;
-    }
-    return next<decltype(sched_setaffinity)>("sched_setaffinity")(thread, size, set);
-}
-
-[[gnu::visibility("default")]] int pthread_create(pthread_t* thread,
-                                                  const pthread_attr_t* attributes,
-                                                  void* (*body)(void*), void* argument) noexcept {
-    if (failsNow("pthread_create", [] {}))
-        return EAGAIN;
-    return next<decltype(pthread_create)>("pthread_create")(thread, attributes, body, argument);
-}
-
-[[gnu::visibility("default")]] int gettimeofday(timeval* now, void* zone) noexcept {
+extern "C" [[gnu::visibility("default")]] int gettimeofday(timeval* now, void* zone) noexcept {
     static std::atomic<unsigned> threads = 0;
     thread_local const unsigned ordinal = ++threads;
-    if (wanted("gettimeofday") == ordinal) {
-        errno = EFAULT;
+    if (wanted("gettimeofday") == ordinal)
         return -1;
-    }
-    return next<decltype(gettimeofday)>("gettimeofday")(now, zone);
+    return reinterpret_cast<decltype(&gettimeofday)>(dlsym(RTLD_NEXT, "gettimeofday"))(now, zone);
 }
 
-[[gnu::visibility("default")]] long syscall(long number, ...) noexcept {
-    if (number == SYS_mbind && failsNow("mbind", [] {})) {
-        errno = EPERM;
-        return -1;
-    }
-    va_list list;
-    va_start(list, number);
-    long a[6];
-    for (long& argument : a)
-        argument = va_arg(list, long);
-    va_end(list);
-    return next<decltype(syscall)>("syscall")(number, a[0], a[1], a[2], a[3], a[4], a[5]);
-}
+/// Stands for syscall, whose arguments are passed alike whether they are variable or not.
+extern "C" [[gnu::visibility("default")]] long anySystemCall(long number, long a, long b, long c,
+                                                             long d, long e, long f) noexcept
+    asm("syscall");
 
-}  // extern "C"
+long anySystemCall(long number, long a, long b, long c, long d, long e, long f) noexcept {
+    if (number == SYS_mbind && failsNow("mbind", EPERM))
+        return -1;
+    return reinterpret_cast<decltype(&syscall)>(dlsym(RTLD_NEXT, "syscall"))(number, a, b, c, d, e,
+                                                                             f);
+}
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)

@@ -1,87 +1,68 @@
 #include "run_program.h"
 
 #include <fcntl.h>
-#include <poll.h>
-#include <regex.h>
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <csignal>
-#include <stdexcept>
+#include <iterator>
+#include <regex>
+#include <sstream>
 
 namespace {
 
-constexpr std::chrono::seconds longestRun{60};
+constexpr unsigned longestRun = 60;  // seconds
 
-[[noreturn]] void become(const std::vector<std::string>& arguments, const RunOptions& options,
-                         int output) {
+[[noreturn]] void become(Words command, Words environment, const char* outputFile, int output) {
     dup2(output, STDOUT_FILENO);
     dup2(output, STDERR_FILENO);
-    if (options.outputFile != nullptr) {
+    if (outputFile != nullptr) {
         close(STDOUT_FILENO);
-        if (*options.outputFile != '\0' && open(options.outputFile, O_WRONLY) != STDOUT_FILENO)
+        if (*outputFile != '\0' && open(outputFile, O_WRONLY) != STDOUT_FILENO)
             _exit(126);
     }
     std::vector<char*> argv;
-    for (const std::string& word : options.emulator)
-        argv.push_back(const_cast<char*>(word.c_str()));
-    argv.push_back(const_cast<char*>(KESTREL_PROGRAM));
-    for (const std::string& argument : arguments)
-        argv.push_back(const_cast<char*>(argument.c_str()));
+    for (std::string& word : command)
+        argv.push_back(word.data());
     argv.push_back(nullptr);
-    for (const std::string& variable : options.environment)
-        putenv(const_cast<char*>(variable.c_str()));
+    for (std::string& variable : environment)
+        putenv(variable.data());
+    alarm(longestRun);
     execvp(argv.front(), argv.data());
     _exit(127);
 }
 
-/// Reads until the program closes its output; false where that takes too long.
-bool readAll(int from, std::string& text) {
-    const auto deadline = std::chrono::steady_clock::now() + longestRun;
-    for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
-        pollfd ready{from, POLLIN, 0};
-        if (left.count() <= 0 || poll(&ready, 1, static_cast<int>(left.count())) <= 0)
-            return false;
-        char buffer[4096];
-        const ssize_t count = read(from, buffer, sizeof buffer);
-        if (count <= 0)
-            return true;
-        text.append(buffer, static_cast<std::size_t>(count));
-    }
-}
-
 }  // namespace
 
-Outcome runProgram(const std::vector<std::string>& arguments, const RunOptions& options) {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
-        throw std::runtime_error("no pipe");
+Words operator""_words(const char* text, std::size_t length) {
+    std::istringstream words(std::string(text, length));
+    return {std::istream_iterator<std::string>(words), {}};
+}
+
+Outcome runProgram(const Words& arguments, const RunOptions& options) {
+    Words command = options.emulator;
+    command.emplace_back(KESTREL_PROGRAM);
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    int ends[2], status = 0;
+    EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
     const pid_t child = fork();
     if (child == 0)
-        become(arguments, options, ends[1]);
+        become(command, options.environment, options.outputFile, ends[1]);
     close(ends[1]);
     Outcome outcome;
-    const bool ended = readAll(ends[0], outcome.output);
+    char buffer[4096];
+    for (ssize_t count = 0; (count = read(ends[0], buffer, sizeof buffer)) > 0;)
+        outcome.output.append(buffer, static_cast<std::size_t>(count));
     close(ends[0]);
-    if (!ended)
-        kill(child, SIGKILL);
-    int status = 0;
     waitpid(child, &status, 0);
-    if (!ended)
-        outcome.status = 124;
-    else
-        outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return outcome;
 }
 
-bool matches(const std::string& text, const std::string& expression) {
-    regex_t compiled;
-    if (regcomp(&compiled, ("^(" + expression + ")$").c_str(), REG_EXTENDED | REG_NOSUB) != 0)
-        throw std::invalid_argument(expression);
-    const bool found = regexec(&compiled, text.c_str(), 0, nullptr, 0) == 0;
-    regfree(&compiled);
-    return found;
+void expectRun(const Words& arguments, int status, const std::string& expression,
+               const RunOptions& options) {
+    const Outcome outcome = runProgram(arguments, options);
+    EXPECT_EQ(outcome.status, status) << testing::PrintToString(arguments);
+    EXPECT_TRUE(std::regex_match(outcome.output, std::regex(expression, std::regex::extended)))
+        << testing::PrintToString(arguments) << outcome.output;
 }

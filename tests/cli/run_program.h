@@ -4,18 +4,24 @@
 #include <string>
 #include <vector>
 
+using Words = std::vector<std::string>;
+
+/// The words between the blanks of a text.
+Words operator""_words(const char* text, std::size_t length);
+
 struct Outcome {
-    int status = -1;     ///< exit status; 128 + N after signal N; 124 where it had to be stopped
+    int status = -1;     ///< exit status; 128 + N after signal N, SIGALRM where it took too long
     std::string output;  ///< standard output and standard error together
 };
 
 struct RunOptions {
-    std::vector<std::string> environment = {};  ///< "NAME=value", added to the test's own
-    const char* outputFile = nullptr;           ///< standard output goes there; "" closes it
-    std::vector<std::string> emulator = {};     ///< a command to run the program with
+    Words environment = {};            ///< "NAME=value", added to the test's own
+    const char* outputFile = nullptr;  ///< standard output goes there; "" closes it
+    Words emulator = {};               ///< a command to run the program with
 };
 
-Outcome runProgram(const std::vector<std::string>& arguments, const RunOptions& options = {});
+Outcome runProgram(const Words& arguments, const RunOptions& options = {});
 
-/// True where the whole text matches the extended POSIX expression.
-bool matches(const std::string& text, const std::string& expression);
+/// Expects that status, and an output that matches the extended regular expression as a whole.
+void expectRun(const Words& arguments, int status, const std::string& expression,
+               const RunOptions& options = {});

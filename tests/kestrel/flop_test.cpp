@@ -3,18 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
+#include <bit>
 #include <fstream>
+#include <iterator>
 #include <set>
-#include <sstream>
-#include <string>
-#include <vector>
 
-#include "kestrel/kernels.h"
 #include "pattern_table.h"
 #include "patterns/flop_pattern.h"
 #include "single_step.h"
-#include "vector_instruction.h"
 
 namespace Kestrel {
 namespace {
@@ -39,47 +35,36 @@ std::optional<Arithmetic> arithmeticOf(const VectorInstruction& it) {
 struct Work {
     std::vector<Arithmetic> arithmetic;
     std::set<unsigned> targets;
-    bool registersOnly = true;
-    bool valuesStay = true;
+    bool registersOnly = true, valuesStay = true;
     std::size_t others = 0;
 };
 
-/// That value in every place of a register.
 template <class Number>
-std::array<std::byte, 64> filledWith(Number value) {
-    std::array<std::byte, 64> bytes{};
-    for (std::size_t i = 0; i < bytes.size(); i += sizeof value)
-        std::memcpy(&bytes[i], &value, sizeof value);
-    return bytes;
-}
-
-bool holdsStartValue(const Executed& executed, unsigned target, const Arithmetic& done,
-                     std::uint32_t bytes) {
-    const auto value = executed.vectorRegister(target);
-    const auto expected = done.operation != fo_mul      ? filledWith(0.0)
-                          : done.precision == fp_single ? filledWith(1.0F)
-                                                        : filledWith(1.0);
-    return std::equal(value.begin(), value.begin() + bytes, expected.begin());
+bool allAre(Number expected, const std::array<std::byte, 64>& value, std::uint32_t bytes) {
+    const auto numbers = std::bit_cast<std::array<Number, 64 / sizeof(Number)>>(value);
+    const auto count = static_cast<std::ptrdiff_t>(bytes / sizeof(Number));
+    return std::count(numbers.begin(), numbers.begin() + count, expected) == count;
 }
 
 Work watch(const std::function<void()>& code) {
     Work work;
     std::size_t sinceLast = 0;
     const auto look = [&](const Executed& executed) {
-        const auto instruction = decodeVectorInstruction(executed.code);
-        const auto done = instruction ? arithmeticOf(*instruction) : std::nullopt;
+        const auto it = executed.asVectorInstruction();
+        const auto done = it ? arithmeticOf(*it) : std::nullopt;
         if (!done) {
             ++sinceLast;
             return;
         }
-        if (!work.arithmetic.empty())
-            work.others += sinceLast;
+        work.others += work.arithmetic.empty() ? 0 : sinceLast;
         sinceLast = 0;
         work.arithmetic.push_back(*done);
-        work.targets.insert(instruction->target());
-        work.registersOnly &= instruction->registersOnly();
-        work.valuesStay &=
-            holdsStartValue(executed, instruction->target(), *done, instruction->bytes);
+        work.targets.insert(it->target());
+        work.registersOnly &= it->registersOnly();
+        const auto value = executed.vectorRegister(it->target());
+        const float start = done->operation == fo_mul ? 1 : 0;
+        work.valuesStay &= done->precision == fp_single ? allAre<float>(start, value, it->bytes)
+                                                        : allAre<double>(start, value, it->bytes);
     };
     EXPECT_EQ(singleStep(code, look), 0);
     return work;
@@ -88,12 +73,7 @@ Work watch(const std::function<void()>& code) {
 /// What the system says that the processor has and it saves, whatever the program thinks.
 bool systemHas(const std::string& flag) {
     std::ifstream file("/proc/cpuinfo");
-    for (std::string line; std::getline(file, line);)
-        if (line.starts_with("flags")) {
-            std::istringstream words(line);
-            return std::count(std::istream_iterator<std::string>(words), {}, flag) != 0;
-        }
-    return false;
+    return std::count(std::istream_iterator<std::string>(file), {}, flag) != 0;
 }
 
 bool systemRuns(const FlopKernel& kernel) {
@@ -102,99 +82,76 @@ bool systemRuns(const FlopKernel& kernel) {
            (kernel.set != fs_avx512 || systemHas("avx512f"));
 }
 
-class FlopKernels : public testing::TestWithParam<FlopKernel> {};
-
-TEST_P(FlopKernels, ExecuteWhatTheyAreCountedAs) {
-    const FlopKernel& kernel = GetParam();
-    ASSERT_EQ(kernel.run(1) != 0, systemRuns(kernel));
-    if (!systemRuns(kernel))
-        GTEST_SKIP() << "this processor lacks the instructions";
-    for (const std::uint32_t loops : {1u, 2u, 7u}) {
-        const Work work = watch([&] { kernel.run(loops); });
-        const std::size_t count = std::size_t{loops} * kernel.instructionsPerLoop;
-        EXPECT_EQ(work.arithmetic,
-                  std::vector(count, Arithmetic{kernel.operation, kernel.precision, kernel.lanes}));
-        EXPECT_EQ(work.targets.size(), 8u);
-        EXPECT_TRUE(work.registersOnly);
-        // A value that an instruction leaves as it was is never anything else.
-        EXPECT_TRUE(work.valuesStay);
-        // Between them: the loop's own two instructions, and what begins a chain anew.
-        const std::size_t clearings = kernel.operation == fo_fma ? count / 2 - 1 : 0;
-        EXPECT_EQ(work.others, std::size_t{2} * (loops - 1) + clearings);
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(All, FlopKernels, testing::ValuesIn(flopKernels), [](const auto& test) {
-    return std::string(test.param.name.substr(std::strlen("kestrel___")));
-});
-
 /// "f-d4f": precision, lanes ("s" for one), operation.
-Arithmetic meaningOf(const std::string& name) {
-    const std::string lanes = name.substr(3, name.size() - 4);
-    return {name.back() == 'a'   ? 1u
-            : name.back() == 'm' ? 2u
-                                 : 3u,
-            name[2] == 's' ? 1u : 2u,
-            lanes == "s" ? 1u : static_cast<std::uint32_t>(std::stoul(lanes))};
+std::string patternName(const FlopKernel& kernel) {
+    const std::string lanes = kernel.lanes == 1 ? "s" : std::to_string(kernel.lanes);
+    return std::string("f-") + " sd"[kernel.precision] + lanes + " amf"[kernel.operation];
 }
 
-TEST(FlopPattern, EachNameRunsWhatItSays) {
-    std::size_t names = 0;
-    for (const PatternRow& row : allPatterns()) {
-        if (!row.name.starts_with("f-"))
-            continue;
-        const Arithmetic meaning = meaningOf(std::string(row.name));
-        ++names;
-        BenchmarkSettings settings;
-        settings.patternId = row.id;
-        settings.size = 3;
-        PatternSelection selection = selectPattern(settings, 1);
-        EXPECT_EQ(selection.arraySize, 1u);
-        RunPhase phase = rpSinglePass;
-        WorkerResult result;
-        ASSERT_EQ(selection.pattern->run(nullptr, 0, result, phase), psOk) << row.name;
-        if (result.iterations == 0)
-            continue;  // the processor lacks the instructions
-        const std::size_t perLoop =
-            meaning.lanes * (meaning.precision == 1 ? 4 : 8) == 64 ? 128 : 16;
-        EXPECT_EQ(result.bytes, 3 * perLoop * meaning.lanes * (meaning.operation == 3 ? 2 : 1));
-        const Work work = watch([&] {
-            WorkerResult other;
-            selection.pattern->run(nullptr, 0, other, phase);
-        });
-        EXPECT_EQ(work.arithmetic, std::vector(3 * perLoop, meaning)) << row.name;
-    }
-    EXPECT_EQ(names, 16u);
+/// The pattern of that name, where there is one.
+std::unique_ptr<IPattern> patternOf(const FlopKernel& kernel, std::uint32_t loops) {
+    const auto laneCode = static_cast<std::uint32_t>(std::countr_zero(kernel.lanes)) + 1;
+    const PatternRow* const row = findPattern(patternName(kernel));
+    if (row == nullptr)
+        return std::make_unique<FlopPattern>(kernel.precision, laneCode, kernel.operation, loops);
+    BenchmarkSettings settings;
+    settings.patternId = row->id;
+    settings.size = loops;
+    PatternSelection selection = selectPattern(settings, 1);
+    EXPECT_EQ(selection.arraySize, 1u);
+    return std::move(selection.pattern);
 }
 
-TEST(FlopPattern, RefusesWhatHasNoKernel) {
-    // By precision and lane code: the operations that have a kernel.
-    const std::string kernels[3][7] = {
-        {}, {"", "123", "", "1", "123", "13", ""}, {"", "123", "1", "123", "13", "", ""}};
-    for (std::uint32_t precision = 0; precision <= 2; ++precision)
-        for (std::uint32_t lanes = 0; lanes <= 6; ++lanes)
-            for (std::uint32_t operation = 0; operation <= 4; ++operation) {
-                FlopPattern pattern(precision, lanes, operation, 1);
-                WorkerResult result;
-                PatternState state{};
-                const bool exists = kernels[precision][lanes].find(
-                                        static_cast<char>('0' + operation)) != std::string::npos;
-                EXPECT_EQ(pattern.prepare(nullptr, 0, result, state),
-                          exists ? psOk : psInvalidParameters)
-                    << precision << lanes << operation;
-            }
-    FlopPattern empty(fp_double, lc4, fo_fma, 0);
-    RunPhase phase = rpWait;  // and does not wait for the go
+TEST(FlopPatterns, ExecuteWhatTheyAreNamedAndCountedAs) {
+    const RunPhase phase = rpSinglePass;
+    for (const FlopKernel& kernel : flopKernels)
+        for (const std::uint32_t loops : {1u, 2u, 7u}) {
+            SCOPED_TRACE(testing::Message() << kernel.name << ", loops " << loops);
+            const auto pattern = patternOf(kernel, loops);
+            WorkerResult result, other;
+            ASSERT_EQ(pattern->run(nullptr, 0, result, phase), psOk);
+            ASSERT_EQ(result.iterations, systemRuns(kernel) ? 1u : 0u);
+            if (!systemRuns(kernel))
+                continue;
+            const Work work = watch([&] { pattern->run(nullptr, 0, other, phase); });
+            const bool wide = kernel.set == fs_avx512, fma = kernel.operation == fo_fma;
+            const std::size_t count = std::size_t{loops} * (wide ? 128 : 16);
+            EXPECT_EQ(result.bytes, count * kernel.lanes * (fma ? 2 : 1));
+            EXPECT_EQ(
+                work.arithmetic,
+                std::vector(count, Arithmetic{kernel.operation, kernel.precision, kernel.lanes}));
+            EXPECT_EQ(work.targets.size(), 8u);
+            EXPECT_TRUE(work.registersOnly);
+            // A value that an instruction leaves as it was is never anything else.
+            EXPECT_TRUE(work.valuesStay);
+            // Between them: the loop's own two instructions, and what begins a chain anew.
+            EXPECT_EQ(work.others, std::size_t{2} * (loops - 1) + (fma ? count / 2 - 1 : 0));
+        }
+    EXPECT_EQ(
+        std::ranges::count_if(
+            flopKernels, [](const auto& it) { return findPattern(patternName(it)) != nullptr; }),
+        16);
+}
+
+TEST(FlopPatterns, RefuseWhatHasNoKernel) {
+    const RunPhase phase = rpWait;  // which a refusal does not wait to change
     WorkerResult result;
-    EXPECT_EQ(empty.run(nullptr, 0, result, phase), psInvalidParameters);
+    PatternState state{};
+    std::size_t prepared = 0;
+    for (std::uint32_t precision = 0; precision <= 3; ++precision)
+        for (std::uint32_t lanes = 0; lanes <= 6; ++lanes)
+            for (std::uint32_t operation = 0; operation <= 4; ++operation)
+                prepared += FlopPattern(precision, lanes, operation, 1)
+                                .prepare(nullptr, 0, result, state) == psOk;
+    EXPECT_EQ(prepared, 18u) << "those that the test above has seen at work";
+    EXPECT_EQ(FlopPattern(fp_double, lc4, fo_fma, 0).run(nullptr, 0, result, phase),
+              psInvalidParameters);
     EXPECT_EQ(result.ready, 0u);
 }
 
-TEST(FlopPattern, CountsOperationsIn64Bits) {
+TEST(FlopPatterns, CountOperationsIn64Bits) {
     WorkerResult result;
     result.iterations = 10;
-    FlopPattern(fp_double, lc8, fo_fma, 1000).finish({}, result);
-    EXPECT_EQ(result.bytes, 20'480'000u);
     FlopPattern(fp_single, lc16, fo_fma, UINT32_MAX).finish({}, result);
     EXPECT_EQ(result.bytes, std::uint64_t{32} * 10 * 128 * UINT32_MAX);
 }

@@ -5,10 +5,10 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <random>
-#include <stdexcept>
 #include <vector>
 
 class GuardedMemory {
@@ -20,19 +20,15 @@ class GuardedMemory {
         const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
         const std::size_t usable = (size + page - 1) / page * page;
         mapped = usable + 2 * page;
-        void* const memory = mmap(nullptr, mapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (memory == MAP_FAILED)
-            throw std::runtime_error("no memory");
-        base = static_cast<std::byte*>(memory);
+        base = static_cast<std::byte*>(
+            mmap(nullptr, mapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
         mprotect(base + page, usable, PROT_READ | PROT_WRITE);
         first = base + page + (side == atEnd ? usable - size : 0);
         std::mt19937 noise(static_cast<unsigned>(size));
-        for (std::size_t i = 0; i < size; ++i)
-            first[i] = static_cast<std::byte>(noise());
+        std::generate(begin(), end(), [&] { return static_cast<std::byte>(noise()); });
     }
     ~GuardedMemory() { munmap(base, mapped); }
-    GuardedMemory(const GuardedMemory&) = delete;
-    GuardedMemory& operator=(const GuardedMemory&) = delete;
+    GuardedMemory(GuardedMemory&&) = delete;
 
     [[nodiscard]] std::byte* begin() const { return first; }
     [[nodiscard]] std::byte* end() const { return first + size; }

@@ -11,18 +11,16 @@
 
 #include <csignal>
 #include <cstring>
-#include <vector>
 
 namespace {
 
 const std::uint8_t* instructionPointer(pid_t child) {
-    user_regs_struct registers{};
-    ptrace(PTRACE_GETREGS, child, nullptr, &registers);
 #ifdef __x86_64__
-    return reinterpret_cast<const std::uint8_t*>(registers.rip);
+    constexpr std::size_t place = offsetof(user, regs.rip);
 #else
-    return reinterpret_cast<const std::uint8_t*>(registers.eip);
+    constexpr std::size_t place = offsetof(user, regs.eip);
 #endif
+    return reinterpret_cast<const std::uint8_t*>(ptrace(PTRACE_PEEKUSER, child, place, nullptr));
 }
 
 /// Where XSAVE's standard form holds a state component: CPUID leaf 0xD, subleaf of its number.
@@ -35,21 +33,33 @@ std::uint32_t offsetOf(std::uint32_t component) {
 }  // namespace
 
 std::array<std::byte, 64> Executed::vectorRegister(std::size_t number) const {
-    constexpr std::size_t xmmOffset = 160;
-    static const std::size_t upperHalves = offsetOf(2), upper256Bits = offsetOf(6);
-    std::vector<std::byte> area(16384);
-    iovec transfer{area.data(), area.size()};
+    static const struct {
+        std::uint32_t area, size, place;
+    } parts[] = {{160, 16, 0}, {offsetOf(2), 16, 16}, {offsetOf(6), 32, 32}};
+    static std::array<std::byte, 16384> areas;
+    iovec transfer{areas.data(), areas.size()};
+    EXPECT_EQ(ptrace(PTRACE_GETREGSET, child, NT_X86_XSTATE, &transfer), 0);
     std::array<std::byte, 64> value{};
-    if (ptrace(PTRACE_GETREGSET, child, NT_X86_XSTATE, &transfer) != 0) {
-        ADD_FAILURE() << "no vector registers to be had";
-        return value;
-    }
-    std::memcpy(value.data(), &area[xmmOffset + number * 16], 16);
-    if (upperHalves != 0)
-        std::memcpy(&value[16], &area[upperHalves + number * 16], 16);
-    if (upper256Bits != 0)
-        std::memcpy(&value[32], &area[upper256Bits + number * 32], 32);
+    for (const auto& part : parts)
+        if (part.area != 0)
+            std::memcpy(&value[part.place], &areas[part.area + number * part.size], part.size);
     return value;
+}
+
+std::optional<VectorInstruction> Executed::asVectorInstruction() const {
+    const std::uint8_t* rest = code;
+    if (code[0] == 0xC5 || code[0] == 0xC4 || code[0] == 0x62) {  // VEX of 2 or 3 bytes, EVEX
+        const std::uint32_t map = code[0] == 0xC5 ? 1 : code[1] & 7;
+        const std::uint8_t fields = code[code[0] == 0xC5 ? 1 : 2];
+        const std::uint32_t length = code[0] == 0x62 ? code[3] >> 5 & 3 : fields >> 2 & 1;
+        rest += code[0] == 0xC5 ? 2 : code[0] == 0xC4 ? 3 : 4;
+        return {{map, fields & 3u, fields >= 0x80, 16u << length, rest[0], rest[1]}};
+    }
+    const std::uint32_t prefix = *code == 0x66 ? 1 : *code == 0xF3 ? 2 : *code == 0xF2 ? 3 : 0;
+    rest = skipRex(prefix != 0 ? code + 1 : code);
+    if (rest[0] != 0x0F)
+        return std::nullopt;
+    return {{1, prefix, false, 16, rest[1], rest[2]}};
 }
 
 int singleStep(const std::function<void()>& work,
@@ -69,7 +79,7 @@ int singleStep(const std::function<void()>& work,
     while (*code != breakpoint && ptrace(PTRACE_SINGLESTEP, child, nullptr, nullptr) == 0 &&
            waitpid(child, &status, 0) == child && WIFSTOPPED(status) &&
            WSTOPSIG(status) == SIGTRAP) {
-        look(Executed(code, child));
+        look({code, child});
         code = instructionPointer(child);
     }
     kill(child, SIGKILL);

@@ -63,16 +63,20 @@ fact frequency_fact(std::string key, std::string label, std::uint64_t hertz) {
 }
 
 void add_system(std::vector<fact>& facts) {
-    const std::string name = take_text(tern_get_os_name(&allocator));
+    std::array<std::uint16_t, 4> version{};
+    auto& [major, minor, patch, build] = version;
+    const int count = tern_get_os_version(&major, &minor, &patch, &build);
+
+    // Where the kernel did not tell its release, the name begins with the distribution's.
+    std::string name = take_text(tern_get_os_name(&allocator));
+    if (count < 0)
+        name.insert(0, " ");
     const std::size_t release_end = std::min(name.find(' '), name.size());
     const std::string after_release = name.substr(std::min(release_end + 1, name.size()));
     facts.push_back(text_fact("operating_system", "operating system", system_title(after_release)));
     facts.push_back(
         text_fact("kernel_release", "kernel release", printable(name.substr(0, release_end))));
 
-    std::array<std::uint16_t, 4> version{};
-    auto& [major, minor, patch, build] = version;
-    const int count = tern_get_os_version(&major, &minor, &patch, &build);
     fact kernel{"kernel_version", "kernel version", nullptr, ""};
     for (std::size_t i = 0; std::cmp_less(i, count); ++i) {
         kernel.value.push_back(version[i]);
@@ -97,6 +101,9 @@ void add_processor(std::vector<fact>& facts) {
     std::uint64_t hertz = 0;
     tern_get_cpu_frequency(&hertz);
     facts.push_back(frequency_fact("nominal_frequency_hz", "nominal frequency", hertz));
+    // A brand text that tells no frequency leaves only the clock of the moment.
+    facts.back().text +=
+        name.ends_with("Hz") ? "  from the brand text" : "  from /proc/cpuinfo, the present clock";
 }
 
 void add_instruction_sets(std::vector<fact>& facts) {
@@ -161,7 +168,9 @@ void add_topology(std::vector<fact>& facts, const cpu_info& info) {
         for (const tern_cpu_topology& cpu : info.topology)
             packages.insert(cpu.package);
     const std::uint32_t told = tern_get_package_count();
-    facts.push_back(number_fact("packages", "packages", told != 0 ? told : packages.size()));
+    // The kernel's folders end at the first CPU that is offline; the list goes on.
+    facts.push_back(
+        number_fact("packages", "packages", std::max<std::uint64_t>(told, packages.size())));
     facts.push_back(number_fact("cores", "cores", cores.value_or(0)));
     const std::int32_t threads = tern_get_cpu_count();
     facts.push_back(
@@ -183,6 +192,7 @@ std::optional<unsigned> count_cores(const std::vector<tern_cpu_topology>& topolo
 
 machine_facts gather_facts() {
     machine_facts machine;
+    tern_init_system_info();  // one count for all that follows, whatever CPU comes or goes
     const tern_arch_t arch = tern_get_cpu_arch();
     const cpu_info info = read_cpu_info(arch);
     const auto cpu_count = static_cast<std::uint32_t>(std::max(tern_get_cpu_count(), 0));
@@ -210,6 +220,7 @@ machine_facts gather_facts() {
     const bool placed = count_cores(info.topology).has_value();
     for (std::uint32_t i = 0; i < cpu_count; ++i)
         machine.cpus.push_back(
-            {placed ? std::optional(info.topology[i]) : std::nullopt, visit.apic_ids[i]});
+            {placed && i < info.topology.size() ? std::optional(info.topology[i]) : std::nullopt,
+             visit.apic_ids[i]});
     return machine;
 }

@@ -54,8 +54,12 @@ std::optional<std::uint32_t> take_u32(std::string_view& text) {
 }
 
 std::optional<std::string_view> value_of(std::string_view line, std::string_view name) {
-    if (!take(line, name))
-        return std::nullopt;
+    for (const char c : name) {
+        if (c == ' ')
+            skip_blanks(line);
+        else if (!take(line, {&c, 1}))
+            return std::nullopt;
+    }
     skip_blanks(line);
     if (!take(line, ":"))
         return std::nullopt;

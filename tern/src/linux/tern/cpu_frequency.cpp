@@ -12,7 +12,8 @@ static std::atomic<std::uint64_t> known_frequency{0};
 int tern::read_cpuinfo_frequency(const char* cpuinfo_path, std::uint64_t& hertz) {
     hertz = 0;
     return for_each_line(cpuinfo_path,
-                         [&](const char* line) { return !cpuinfo_line_frequency(line, hertz); });
+                         [&](const char* line) { return !cpuinfo_line_frequency(line, hertz); })
+        .value_or(-1);
 }
 
 std::uint64_t tern::find_cpu_frequency(cpuid_instruction cpuid, const char* cpuinfo_path) {
@@ -27,12 +28,15 @@ std::uint64_t tern::find_cpu_frequency(cpuid_instruction cpuid, const char* cpui
 }
 
 int tern_get_cpu_frequency(std::uint64_t* hertz) {
-    *hertz = known_frequency;
-    if (*hertz == 0) {
-        *hertz = tern::find_cpu_frequency(tern_cpuid, "/proc/cpuinfo");
-        known_frequency = *hertz;
+    std::uint64_t known = known_frequency;
+    if (known == 0) {
+        const std::uint64_t found = tern::find_cpu_frequency(tern_cpuid, "/proc/cpuinfo");
+        // Where another thread was faster, `known` becomes what it found, and that stays.
+        if (known_frequency.compare_exchange_strong(known, found))
+            known = found;
     }
-    return *hertz != 0;
+    *hertz = known;
+    return known != 0;
 }
 
 int tern_read_cpuinfo_frequency(std::uint64_t* hertz) {

@@ -28,9 +28,8 @@ bool read_cpuinfo(const char* path, tern_cpu_signature& signature,
                   std::span<tern_cpu_topology> topology) {
     cpuinfo_decoder decoder(signature, topology);
     bool plausible = true;
-    const int status =
-        for_each_line(path, [&](const char* line) { return plausible = decoder.take_line(line); });
-    if (status == -1 || !plausible)
+    const auto take = [&](const char* line) { return plausible = decoder.take_line(line); };
+    if (!for_each_line(path, take) || !plausible)
         return false;
     decoder.finish();
     return true;
@@ -61,7 +60,6 @@ int tern_get_cpu_info(tern_cpu_signature* signature, std::uint32_t* highest_addr
         allocator->allocate_block(allocator, *cpu_count * sizeof(tern_cpu_topology)));
     tern::check(*cpu_topology != nullptr, "*cpu_topology", "tern_get_cpu_info", tern::linux_half);
     std::fill_n(*cpu_topology, *cpu_count, tern_cpu_topology{});
-    *signature = {};
 
     const tern_arch_t cpu_arch = tern_get_cpu_arch();
     if (cpu_arch != tern_arch_ia32)

@@ -77,6 +77,8 @@ bool cpuinfo_line_frequency(std::string_view line, std::uint64_t& hertz) {
     if (!value)
         return false;
     skip_blanks(*value);
+    if (value->starts_with('+') && !value->starts_with("+-"))
+        value->remove_prefix(1);
     float megahertz = 0;
     const auto [end, error] =
         std::from_chars(value->data(), value->data() + value->size(), megahertz);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 
 #include "tern/files.h"
 #include "tern/line_reader.h"
@@ -9,12 +10,12 @@
 namespace tern {
 
 /// Opens `path` and hands each line, a zero-terminated text, to `take` until that returns false.
-/// Returns -1 when the file cannot be opened, else the status of closing it.
+/// Returns the status of closing the file; nothing when it cannot be opened.
 template <typename Take>
-int for_each_line(const char* path, Take take) {
+std::optional<int> for_each_line(const char* path, Take take) {
     const int fd = tern_open_read(path);
     if (fd == -1)
-        return -1;
+        return std::nullopt;
     std::array<char, 4096> buffer;
     tern_line_state state;
     tern_line_reader_init(&state, fd, buffer.data(), buffer.size());

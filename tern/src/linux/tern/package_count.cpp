@@ -12,13 +12,13 @@ std::uint32_t tern::count_packages(const char* cpu_folder) {
     for (int cpu = 0;; ++cpu) {
         std::snprintf(path.data(), path.size(), "%s/cpu%d/topology/physical_package_id", cpu_folder,
                       cpu);
-        const int status = for_each_line(path.data(), [&](std::string_view line) {
+        const auto closed = for_each_line(path.data(), [&](std::string_view line) {
             const auto id = take_u32(line);
             if (id && *id < ids.size())
                 ids.set(*id);
             return false;  // only the first line counts
         });
-        if (status == -1)
+        if (!closed)
             return static_cast<std::uint32_t>(ids.count());
     }
 }

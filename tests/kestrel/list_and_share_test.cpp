@@ -1,0 +1,148 @@
+// Chased lists, and words that workers share.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstring>
+
+#include "guarded_memory.h"
+#include "kestrel/kernels.h"
+#include "patterns/list_pattern.h"
+#include "patterns/share_patterns.h"
+#include "single_step.h"
+
+namespace Kestrel {
+namespace {
+
+TEST(ListPattern, LaysTheNodesInOrderAndWalksThemAll) {
+    constexpr std::uint32_t address = sizeof(void*);
+    const struct {
+        std::uint32_t stride, size, count;
+    } cases[] = {{64, 4096, 64},
+                 {64, 64, 1},
+                 {64, 127, 1},
+                 {65, 1000, 15},
+                 {address, 10 * address, 10},
+                 {address + 1, 100, 100 / (address + 1)}};
+    for (const auto& it : cases) {
+        const GuardedMemory memory(it.size, GuardedMemory::atEnd);
+        std::vector<std::byte> expected = memory.copy();
+        for (std::uint32_t k = 0; k < it.count; ++k) {
+            std::byte* const next = memory.begin() + std::size_t{k + 1} * it.stride;
+            std::memcpy(&expected[std::size_t{k} * it.stride], &next, sizeof next);
+        }
+        ListLPattern pattern(it.stride);
+        WorkerResult results;
+        PatternState state{};
+        // Twice, as two workers of one array do.
+        for (int worker = 0; worker < 2; ++worker)
+            ASSERT_EQ(pattern.prepare(memory.begin(), it.size, results, state), psOk);
+        EXPECT_EQ(state.begin, memory.begin());
+        EXPECT_EQ(state.count, it.count);
+        EXPECT_EQ(memory.copy(), expected) << it.stride;
+
+        EXPECT_GT(pattern.runPass(state), 0u);
+        results.iterations = 3;
+        pattern.finish(state, results);
+        EXPECT_EQ(results.bytes, 3u * it.count * 8);
+    }
+}
+
+TEST(ListPattern, FollowsExactlyAsManyLinksAsAskedFor) {
+    // The last link leads to the page behind the array: following it one time more must fault.
+    const GuardedMemory memory(640, GuardedMemory::atEnd);
+    PatternState state{};
+    ASSERT_EQ(ListLPattern(64).prepare(memory.begin(), 640, WorkerResult(), state), psOk);
+    for (std::uint32_t k = 1; k <= 10; ++k) {
+        const std::byte* const head = memory.end() - std::size_t{k} * 64;
+        EXPECT_EQ(singleStep([&] { kestrel___list(head, k); }), 0) << k;
+        EXPECT_EQ(singleStep([&] { kestrel___list(head, k + 1); }), SIGSEGV) << k;
+    }
+}
+
+TEST(ListPattern, RefusesWhatHoldsNoList) {
+    std::byte buffer[64];
+    PatternState state{};
+    for (const std::uint32_t stride : {0u, 1u, static_cast<std::uint32_t>(sizeof(void*)) - 1})
+        EXPECT_EQ(ListLPattern(stride).prepare(buffer, 64, WorkerResult(), state),
+                  psInvalidParameters);
+    for (const auto& [array, size] : {std::pair(&buffer[0], 0u), {buffer, 63u}, {nullptr, 64u}})
+        EXPECT_EQ(ListLPattern(64).prepare(array, size, WorkerResult(), state), psInvalidArray);
+}
+
+constexpr std::uint32_t wordSize = sizeof(std::uintptr_t), refused = UINT32_MAX;
+
+/// Expects a pass of `worker` to add to the word at `offset`, to load it only, or to be refused.
+void expectPass(BenchmarkBasePattern& pattern, std::uint32_t worker, std::uint32_t size,
+                std::uint32_t offset, std::uint32_t ops, bool adds) {
+    SCOPED_TRACE(testing::Message() << worker << ", " << size << ", " << offset << ", " << ops);
+    std::vector<std::byte> buffer(256, std::byte{0xFF}), expected = buffer;
+    WorkerResult results;
+    results.workerIndex = worker;
+    PatternState state{};
+    const RunPhase phase = rpSinglePass;
+    EXPECT_EQ(pattern.prepare(nullptr, size, results, state), psInvalidArray);
+    const PatternStatus status = offset != refused ? psOk : psInvalidArray;
+    ASSERT_EQ(pattern.prepare(buffer.data(), size, results, state), status);
+    EXPECT_EQ(buffer, expected) << "nothing is laid out";
+    if (status != psOk)
+        return;
+    EXPECT_EQ(state.begin, buffer.data() + offset);
+    EXPECT_EQ(pattern.run(buffer.data(), size, results, phase), psOk);
+    const std::uintptr_t sum = UINTPTR_MAX + (adds ? ops : 0);
+    std::memcpy(&expected[offset], &sum, sizeof sum);
+    EXPECT_EQ(buffer, expected);
+    EXPECT_EQ(results.iterations, ops);
+    EXPECT_GT(results.clocks, 0u);
+    EXPECT_EQ(results.bytes, 0u);
+}
+
+TEST(SharePatterns, GiveEachWorkerItsSlotAndCountOperationsThere) {
+    const struct {
+        std::uint32_t stride, worker, size, offset;
+    } cases[] = {{0, 0, 256, 0},
+                 {0, 3, 256, 0},
+                 {8, 0, 256, 0},
+                 {3, 1, 256, 3},
+                 {8, 3, 256, 24},
+                 {64, 3, 256, 192},
+                 {64, 1, 64 + wordSize, 64},
+                 {64, 1, 64 + wordSize - 1, refused},
+                 {64, 4, 256, refused},
+                 {0x80000000, 2, 256, refused},
+                 {8, 0, wordSize - 1, refused},
+                 {8, 0, 0, refused}};
+    for (const auto& it : cases)
+        for (const std::uint32_t ops : {0u, 1u, 15u, 16u, 17u, 1000u}) {
+            ShareLMSPattern all(it.stride, ops);
+            ShareLMSLPattern one(it.stride, ops);
+            expectPass(all, it.worker, it.size, it.offset, ops, true);
+            expectPass(one, it.worker, it.size, it.offset, ops, it.worker == 0);
+        }
+}
+
+TEST(ShareKernels, OnlyLoad) {
+    const GuardedMemory memory(wordSize, GuardedMemory::atStart);
+    mprotect(memory.begin(), wordSize, PROT_READ);
+    const auto load = [&](std::uint32_t times) { kestrel___share_lms_l(memory.begin(), times); };
+    /// Load instructions that the kernel executes between its two readings of the counter.
+    const auto loads = [&](std::uint32_t times) {
+        std::size_t count = 0, readings = 0;
+        const auto look = [&](const Executed& executed) {
+            readings += executed.code[0] == 0x0F && executed.code[1] == 0x31;
+            count += readings == 1 && *skipRex(executed.code) == 0x8B;
+        };
+        EXPECT_EQ(singleStep([&] { load(times); }, look), 0);
+        EXPECT_EQ(readings, 2u);
+        return count;
+    };
+    // Differences, as the compiler may load its own variables between the loops.
+    EXPECT_EQ(loads(37) - loads(21), 16u);
+    EXPECT_EQ(loads(21) - loads(17), 4u);
+    EXPECT_EQ(loads(15) - loads(1), 14u);
+    mprotect(memory.begin(), wordSize, PROT_NONE);
+    EXPECT_EQ(singleStep([&] { load(0); }), 0);
+    EXPECT_EQ(singleStep([&] { load(1); }), SIGSEGV);
+}
+
+}  // namespace
+}  // namespace Kestrel
