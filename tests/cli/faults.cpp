@@ -1,7 +1,7 @@
 // Preloaded into the program: makes one call of one function fail, as FAULT="function:n" asks (n
 // from 1). The wall clock is read thousands of times, so there n counts the threads that read it.
-// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the names of the C library's
-// own declarations are reserved ones.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name,bugprone-macro-parentheses): the
+// names of the C library's own declarations are reserved ones; declarators take no parentheses.
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sched.h>
@@ -40,7 +40,7 @@ bool failsNow(const char* function, int error) {
 
 /// Defines a function that fails with `error` when it is its turn, else calls the next of its name.
 #define MAY_FAIL(result, name, parameters, arguments, error, failure)                   \
-    extern "C" [[gnu::visibility("default")]] result(name) parameters noexcept {        \
+    extern "C" [[gnu::visibility("default")]] result name parameters noexcept {         \
         const auto next = reinterpret_cast<decltype(&(name))>(dlsym(RTLD_NEXT, #name)); \
         return failsNow(#name, error) ? (failure) : next arguments;                     \
     }
@@ -75,4 +75,4 @@ long anySystemCall(long number, long a, long b, long c, long d, long e, long f) 
     return reinterpret_cast<decltype(&syscall)>(dlsym(RTLD_NEXT, "syscall"))(number, a, b, c, d, e,
                                                                              f);
 }
-// NOLINTEND(readability-inconsistent-declaration-parameter-name)
+// NOLINTEND(readability-inconsistent-declaration-parameter-name,bugprone-macro-parentheses)

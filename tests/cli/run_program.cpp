@@ -2,11 +2,11 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <regex.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <iterator>
-#include <regex>
 #include <sstream>
 
 namespace {
@@ -63,6 +63,9 @@ void expectRun(const Words& arguments, int status, const std::string& expression
                const RunOptions& options) {
     const Outcome outcome = runProgram(arguments, options);
     EXPECT_EQ(outcome.status, status) << testing::PrintToString(arguments);
-    EXPECT_TRUE(std::regex_match(outcome.output, std::regex(expression, std::regex::extended)))
+    regex_t whole;
+    ASSERT_EQ(regcomp(&whole, ("^(" + expression + ")$").c_str(), REG_EXTENDED | REG_NOSUB), 0);
+    EXPECT_EQ(regexec(&whole, outcome.output.c_str(), 0, nullptr, 0), 0)
         << testing::PrintToString(arguments) << outcome.output;
+    regfree(&whole);
 }

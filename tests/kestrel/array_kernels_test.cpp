@@ -59,11 +59,14 @@ struct Moved {
     std::size_t storedBytes = 0;
 };
 
-Moved watch(const std::function<void()>& code) {
+/// What a kernel moves between its two readings of the counter.
+Moved watch(const std::function<void()>& kernel) {
     Moved moved;
+    std::size_t readings = 0;
     const auto look = [&](const Executed& executed) {
+        readings += executed.code[0] == 0x0F && executed.code[1] == 0x31;
         const auto it = executed.asVectorInstruction();
-        if (!it || it->map != 1 || it->registersOnly() || it->target() != 0)
+        if (readings != 1 || !it || it->map != 1 || it->registersOnly() || it->target() != 0)
             return;
         const bool movq = it->opcode == 0x7E && it->prefix == 2;
         if (movq || (it->opcode == 0x10 && it->prefix == 0)) {
@@ -75,7 +78,7 @@ Moved watch(const std::function<void()>& code) {
         if ((it->opcode == 0x11 || it->opcode == 0x2B) && it->prefix == 0)
             moved.storedBytes += it->bytes;
     };
-    EXPECT_EQ(singleStep(code, look), 0);
+    EXPECT_EQ(singleStep(kernel, look), 0);
     return moved;
 }
 
