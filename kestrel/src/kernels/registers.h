@@ -65,27 +65,13 @@ namespace Kestrel {
 /// and keeps the ones of the array's content: some processors drop a store of zeros over zeros.
 ///
 /// streamAll: the same with non-temporal stores; c lies on a multiple of the register's size.
-#define KESTREL_COMBINES(LOAD, OR, STORE)                                                           \
+#define KESTREL_COMBINES(FUNCTION, LOAD, OR, STORE)                                                 \
     template <std::uint32_t unroll>                                                                 \
-    [[gnu::always_inline]] static void combineAll(const std::byte* a, const std::byte* b,           \
-                                                  std::byte* c, const std::byte* end) {             \
+    [[gnu::always_inline]] static void FUNCTION(const std::byte* a, const std::byte* b,             \
+                                                std::byte* c, const std::byte* end) {               \
         asm volatile(                                                                             \
             "1: .set .Loffset, 0; .rept %c[unroll];"                                              \
             LOAD(".Loffset(%[a])") OR(".Loffset(%[b])") STORE(".Loffset(%[c])")                   \
-            ".set .Loffset, .Loffset + %c[size]; .endr;"                                          \
-            "add %[block], %[a]; add %[block], %[b]; add %[block], %[c]; cmp %[end], %[a]; jne 1b"\
-            : [a] "+&r"(a), [b] "+&r"(b), [c] "+&r"(c)                                            \
-            : [end] "r"(end), [unroll] "i"(unroll), [size] "i"(bytes),                            \
-              [block] "i"(unroll * bytes)                                                         \
-            : "xmm0", "xmm1", "cc", "memory"); \
-    }
-#define KESTREL_STREAMS(LOAD, OR, STREAM)                                                           \
-    template <std::uint32_t unroll>                                                                 \
-    [[gnu::always_inline]] static void streamAll(const std::byte* a, const std::byte* b,            \
-                                                 std::byte* c, const std::byte* end) {              \
-        asm volatile(                                                                             \
-            "1: .set .Loffset, 0; .rept %c[unroll];"                                              \
-            LOAD(".Loffset(%[a])") OR(".Loffset(%[b])") STREAM(".Loffset(%[c])")                  \
             ".set .Loffset, .Loffset + %c[size]; .endr;"                                          \
             "add %[block], %[a]; add %[block], %[b]; add %[block], %[c]; cmp %[end], %[a]; jne 1b"\
             : [a] "+&r"(a), [b] "+&r"(b), [c] "+&r"(c)                                            \
@@ -100,7 +86,7 @@ struct Dword {
 #define LOAD(memory) "movd " memory ", %%xmm0;"
 #define OR(memory) "movd " memory ", %%xmm1; por %%xmm1, %%xmm0;"
 #define STORE(memory) "movd %%xmm0, " memory ";"
-    KESTREL_COMBINES(LOAD, OR, STORE)
+    KESTREL_COMBINES(combineAll, LOAD, OR, STORE)
 #undef LOAD
 #undef OR
 #undef STORE
@@ -122,8 +108,8 @@ struct Xmm {
 #define STORE(memory) "movups %%xmm0, " memory ";"
 #define STREAM(memory) "movntps %%xmm0, " memory ";"
     KESTREL_LOADS(LOAD)
-    KESTREL_COMBINES(LOAD, OR, STORE)
-    KESTREL_STREAMS(LOAD, OR, STREAM)
+    KESTREL_COMBINES(combineAll, LOAD, OR, STORE)
+    KESTREL_COMBINES(streamAll, LOAD, OR, STREAM)
 #undef LOAD
 #undef OR
 #undef STORE
@@ -139,8 +125,8 @@ struct Ymm {
 #define STORE(memory) "vmovups %%ymm0, " memory ";"
 #define STREAM(memory) "vmovntps %%ymm0, " memory ";"
     KESTREL_LOADS(LOAD)
-    KESTREL_COMBINES(LOAD, OR, STORE)
-    KESTREL_STREAMS(LOAD, OR, STREAM)
+    KESTREL_COMBINES(combineAll, LOAD, OR, STORE)
+    KESTREL_COMBINES(streamAll, LOAD, OR, STREAM)
 #undef LOAD
 #undef OR
 #undef STORE
@@ -159,8 +145,8 @@ struct Zmm {
 #define STORE(memory) "vmovups %%zmm0, " memory ";"
 #define STREAM(memory) "vmovntps %%zmm0, " memory ";"
     KESTREL_LOADS(LOAD)
-    KESTREL_COMBINES(LOAD, OR, STORE)
-    KESTREL_STREAMS(LOAD, OR, STREAM)
+    KESTREL_COMBINES(combineAll, LOAD, OR, STORE)
+    KESTREL_COMBINES(streamAll, LOAD, OR, STREAM)
 #undef LOAD
 #undef OR
 #undef STORE
@@ -172,6 +158,5 @@ struct Zmm {
 
 #undef KESTREL_LOADS
 #undef KESTREL_COMBINES
-#undef KESTREL_STREAMS
 
 }  // namespace Kestrel
