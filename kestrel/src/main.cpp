@@ -2,6 +2,7 @@
 
 #include <iostream>
 #include <memory>
+#include <new>
 
 #include "options.h"
 #include "optkit/optkit.h"
@@ -50,7 +51,12 @@ int parseAndRun(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     flushDenormalsToZero();
-    const int status = parseAndRun(argc, argv);
+    int status = 0;
+    try {
+        status = parseAndRun(argc, argv);
+    } catch (const std::bad_alloc&) {
+        status = fail("No memory");
+    }
     // Figures that nobody received (a full disk, a closed output) are no success.
     return std::cout.good() ? status : -1;
 }

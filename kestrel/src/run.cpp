@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <memory>
-#include <new>
 #include <span>
 #include <string>
 #include <vector>
@@ -191,7 +190,9 @@ int fail(const char* error) {
     return -1;
 }
 
-int run(const BenchmarkSettings& settings) {
+}  // namespace
+
+int runBenchmark(const BenchmarkSettings& settings) {
     unsigned long nodeBits = 0;
     if (!parseNodes(settings.nodeMask, nodeBits))
         return fail("Node mask conversion error");
@@ -210,16 +211,6 @@ int run(const BenchmarkSettings& settings) {
     crew.measure(settings.duration);
     report(crew, cpus, selection, settings);
     return 0;
-}
-
-}  // namespace
-
-int runBenchmark(const BenchmarkSettings& settings) {
-    try {
-        return run(settings);
-    } catch (const std::bad_alloc&) {
-        return fail("No memory");
-    }
 }
 
 }  // namespace Kestrel
