@@ -9,8 +9,9 @@ namespace bench {
 /// make a chain look slower. About 40 microseconds. 0 where it cannot be said.
 double coreCyclesPerTick();
 
-/// The core clock beside one measurement, read before and after. Where readings differ the highest
-/// counts, so that never too few cycles are counted, and no figure gets above what is possible.
+/// The core clock beside one measurement, read before and after. The highest reading of lately
+/// counts, so that cycles are rather overcounted; where another thread keeps the core busy all the
+/// while, a figure can still come out up to half a per cent too high.
 class CoreClock {
   public:
     CoreClock();
