@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "kestrel/pattern.h"
 
@@ -14,6 +15,9 @@ class IArray {
     virtual PatternStatus run(IPattern& pattern, WorkerResult& results, const RunPhase& phase) = 0;
     virtual ~IArray() = default;
 };
+
+/// The nodes that a set of nodes can name are 0 to 31, a bit for each.
+inline constexpr std::uint32_t nodeBitCount = 32;
 
 /// Page size of the mapping. The two large ones need huge pages that the system has reserved.
 enum PageKind : std::uint32_t { pkSystem = 1, pk4K = 2, pk2M = 3, pk1G = 4 };
@@ -39,6 +43,9 @@ class Array : public IArray {
     static Error destroy(IArray* array);
 
     PatternStatus run(IPattern& pattern, WorkerResult& results, const RunPhase& phase) override;
+
+    /// The mapping; empty where the array holds none.
+    [[nodiscard]] std::span<std::byte> memory() const { return {base, length}; }
 
     /// The rounded length in bytes, in 32-bit arithmetic: 0 where it passes 4 GiB, or where the
     /// kind is unknown.

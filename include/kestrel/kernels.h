@@ -5,34 +5,46 @@
 /// Kernels do not check their arguments: the patterns have. Any number of threads may be in them.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <type_traits>
+
+namespace Kestrel {
+
+/// Bytes of a step of the kernel that writes past the caches: a cache line.
+inline constexpr std::uint32_t fastmemBlock = 64;
+
+enum class ArrayShape { contiguous, strided, lls, fastmem };
+
+/// What the third argument of an array kernel is.
+enum class ArrayArgument { none, repeat, stride };
+
+template <ArrayArgument third>
+using ArrayKernelFunction =
+    std::conditional_t<third == ArrayArgument::none, std::uint64_t(std::byte*, std::byte*),
+                       std::uint64_t(std::byte*, std::byte*, std::uint32_t)>;
+
+}  // namespace Kestrel
 
 extern "C" {
-#define SWEEP_KERNEL(name, word) std::uint64_t name(std::byte* begin, std::byte* end);
-#define REPEAT_KERNEL(name, word) \
-    std::uint64_t name(std::byte* begin, std::byte* end, std::uint32_t repeat);
-#define STRIDE_KERNEL(name, word) \
-    std::uint64_t name(std::byte* begin, std::byte* end, std::uint32_t stride);
-#define LLS_KERNEL(name, word) REPEAT_KERNEL(name, word)
-#define FASTMEM_KERNEL(name, word) SWEEP_KERNEL(name, word)
-#define LIST_KERNEL(name) std::uint64_t name(const std::byte* head, std::uint32_t count);
-#define SHARE_KERNEL(name) std::uint64_t name(std::byte* slot, std::uint32_t opsPerPass);
+#define ARRAY_KERNEL(name, shape, word, third) \
+    Kestrel::ArrayKernelFunction<Kestrel::ArrayArgument::third> name;
 #define FLOP_KERNEL(operation, set, precision, lanes, instructions)                           \
     [[gnu::visibility("default")]] std::uint64_t kestrel___##operation##_##set##_##precision( \
         std::uint32_t loopCount);
 #include "kestrel/kernels.def"
+
+/// Follows `count` links from `head`: each node's first machine word is the next one's address. The
+/// node that the last link leads to is not read.
+std::uint64_t kestrel___list(const std::byte* head, std::uint32_t count);
+/// Adds one to the machine word at `slot`, `opsPerPass` times.
+std::uint64_t kestrel___share_lms(std::byte* slot, std::uint32_t opsPerPass);
+/// Loads it as often.
+std::uint64_t kestrel___share_lms_l(std::byte* slot, std::uint32_t opsPerPass);
 }
 
 namespace Kestrel {
-
-enum class ArrayShape { contiguous, strided, lls, fastmem };
-inline constexpr std::size_t arrayShapes = 4;
-
-/// What the third argument of an array kernel is.
-enum class ArrayArgument { none, repeat, stride };
 
 /// A row of the list, with all array kernels called alike.
 struct ArrayKernel {
@@ -43,20 +55,20 @@ struct ArrayKernel {
     std::uint64_t (*run)(std::byte* begin, std::byte* end, std::uint32_t argument);
 };
 
-inline constexpr auto arrayKernels = std::to_array<ArrayKernel>({
-#define TWO_ARGUMENTS(name) \
-    [](std::byte* begin, std::byte* end, std::uint32_t) { return name(begin, end); }
-#define SWEEP_KERNEL(name, word) \
-    {#name, ArrayShape::contiguous, word, ArrayArgument::none, TWO_ARGUMENTS(name)},
-#define REPEAT_KERNEL(name, word) \
-    {#name, ArrayShape::contiguous, word, ArrayArgument::repeat, name},
-#define STRIDE_KERNEL(name, word) {#name, ArrayShape::strided, word, ArrayArgument::stride, name},
-#define LLS_KERNEL(name, word) {#name, ArrayShape::lls, word, ArrayArgument::repeat, name},
-#define FASTMEM_KERNEL(name, word) \
-    {#name, ArrayShape::fastmem, word, ArrayArgument::none, TWO_ARGUMENTS(name)},
+/// Calls a kernel of two arguments like one of three.
+template <auto kernel>
+std::uint64_t call(std::byte* begin, std::byte* end, std::uint32_t argument) {
+    if constexpr (std::is_invocable_v<decltype(kernel), std::byte*, std::byte*>)
+        return kernel(begin, end);
+    else
+        return kernel(begin, end, argument);
+}
+
+inline constexpr ArrayKernel arrayKernels[] = {
+#define ARRAY_KERNEL(name, shape, word, third) \
+    {#name, ArrayShape::shape, word, ArrayArgument::third, call<name>},
 #include "kestrel/kernels.def"
-#undef TWO_ARGUMENTS
-});
+};
 
 /// The kernel of that shape for words of that many bytes, or null where there is none.
 constexpr const ArrayKernel* findArrayKernel(ArrayShape shape, std::uint64_t word) {
@@ -86,7 +98,7 @@ struct FlopKernel {
     }
 };
 
-inline constexpr auto flopKernels = std::to_array<FlopKernel>({
+inline constexpr FlopKernel flopKernels[] = {
 #define FLOP_KERNEL(operation, set, precision, lanes, instructions) \
     {"kestrel___" #operation "_" #set "_" #precision,               \
      fo_##operation,                                                \
@@ -96,7 +108,7 @@ inline constexpr auto flopKernels = std::to_array<FlopKernel>({
      instructions,                                                  \
      kestrel___##operation##_##set##_##precision},
 #include "kestrel/kernels.def"
-});
+};
 
 /// The kernel of that operation on so many numbers at once, or null where there is none.
 constexpr const FlopKernel* findFlopKernel(std::uint32_t precision, std::uint32_t lanes,

@@ -40,11 +40,12 @@ class Worker {
         eNoMemory = 8,
     };
 
-    /// Makes a worker and starts its thread on CPU `cpuIndex` (0 to 1023); returns once the thread
-    /// is pinned and running, or has finished. Stores the worker only on success (eOk); the caller
-    /// owns it and ends it with `destroy`. The other pointers stay the caller's and outlive it.
-    static Error create(std::uint32_t cpuIndex, IPattern* pattern, IArray* array,
-                        WorkerResult* results, const RunPhase* phase, Worker** out);
+    /// Makes a worker and starts its thread on that CPU, by the kernel's number (0 to 1023);
+    /// returns once the thread is pinned and running, or has finished. Stores the worker only on
+    /// success (eOk); the caller owns it and ends it with `destroy`. The other pointers stay the
+    /// caller's and outlive it.
+    static Error create(std::uint32_t cpu, IPattern* pattern, IArray* array, WorkerResult* results,
+                        const RunPhase* phase, Worker** out);
 
     /// Joins the thread and deletes the worker. Returns the result of the join.
     static Error destroy(Worker* worker);
@@ -55,18 +56,22 @@ class Worker {
     /// True once the thread's body has ended; then nothing in its result record changes any more.
     [[nodiscard]] bool finished() const { return state.load() == tsFinished; }
 
+    /// The kernel's id of the thread, under which /proc/self/task knows it while it lives.
+    [[nodiscard]] long threadId() const { return kernelThread.load(); }
+
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
     virtual ~Worker() = default;
 
   private:
-    Worker(std::uint32_t cpuIndex, IPattern* pattern, IArray* array, WorkerResult* results,
+    Worker(std::uint32_t cpu, IPattern* pattern, IArray* array, WorkerResult* results,
            const RunPhase* phase);
+    static Error errorOf(std::uint32_t outcome);
     Error start();
     void WorkerThread();
     ThreadError measureAndRun();
 
-    std::uint32_t cpuIndex;
+    std::uint32_t cpu;
     boost::thread thread;
     IPattern* pattern;
     IArray* array;
@@ -74,6 +79,7 @@ class Worker {
     const RunPhase* phase;
     std::atomic<std::uint32_t> state = tsNotStarted;
     std::atomic<std::uint32_t> error = teUnknown;
+    std::atomic<long> kernelThread = 0;
     boost::recursive_mutex mutex;
 };
 

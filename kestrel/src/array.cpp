@@ -11,6 +11,7 @@
 #include <memory>
 #include <new>
 
+#include "kestrel/units.h"
 #include "tern/run_services.h"
 
 #ifndef MAP_HUGE_2MB
@@ -21,7 +22,6 @@
 namespace Kestrel {
 namespace {
 
-constexpr std::uint32_t mebibyte = 1u << 20;
 constexpr const char* nodeFolder = "/sys/devices/system/node";
 
 bool isPageKind(std::uint32_t kind) {
@@ -31,11 +31,11 @@ bool isPageKind(std::uint32_t kind) {
 std::uint32_t pageSize(std::uint32_t kind) {
     switch (kind) {
         case pk4K:
-            return 4096;
+            return 4 * kibibyte;
         case pk2M:
             return 2 * mebibyte;
         case pk1G:
-            return 1024 * mebibyte;
+            return gibibyte;
         default:
             return static_cast<std::uint32_t>(sysconf(_SC_PAGESIZE));
     }
@@ -68,8 +68,9 @@ bool namesANode(const unsigned long* mask, std::uint32_t maxNode) {
 /// otherwise other nodes would be measured than were asked for.
 bool interleave(std::byte* base, std::uint32_t length, const unsigned long* mask,
                 std::uint32_t maxNode) {
+    // The kernel looks at one bit fewer than the width that it is given.
     if (syscall(SYS_mbind, base, static_cast<unsigned long>(length), MPOL_INTERLEAVE, mask,
-                static_cast<unsigned long>(maxNode), MPOL_MF_STRICT) != 0)
+                static_cast<unsigned long>(maxNode) + 1, MPOL_MF_STRICT) != 0)
         return false;
     constexpr std::uint32_t mostNodes = 1024;  // of any kernel's configuration
     std::array<unsigned long, mostNodes / wordBits> taken{};

@@ -20,12 +20,8 @@ void flushDenormalsToZero() {
     _mm_setcsr(_mm_getcsr() | flushToZero);
 }
 
-int fail(const char* text) {
-    Kestrel::printError(text);
-    return -1;
-}
-
 int parseAndRun(int argc, char** argv) {
+    using Kestrel::fail;
     optkit::IParser* made = nullptr;
     if (optkit::createParser(&made) != 0)
         return fail("Failed to create command line parser");
@@ -55,7 +51,7 @@ int main(int argc, char** argv) {
     try {
         status = parseAndRun(argc, argv);
     } catch (const std::bad_alloc&) {
-        status = fail("No memory");
+        status = Kestrel::fail("No memory");
     }
     // Figures that nobody received (a full disk, a closed output) are no success.
     return std::cout.good() ? status : -1;

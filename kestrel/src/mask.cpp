@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <new>
 
+#include "kestrel/array.h"
+
 namespace Kestrel {
 namespace {
 
@@ -55,6 +57,18 @@ int parseMask(const std::string& text, std::vector<unsigned>& out) {
         out.clear();
         return meNoMemory;
     }
+}
+
+bool parseNodes(const std::string& text, unsigned long& nodes) {
+    std::vector<unsigned> list;
+    if (parseMask(text, list) != meOk ||
+        std::ranges::any_of(list, [](unsigned node) { return node >= nodeBitCount; }))
+        return false;
+    list.resize(std::min<std::size_t>(list.size(), nodeBitCount));
+    nodes = 0;
+    for (const unsigned node : list)
+        nodes |= 1ul << node;
+    return true;
 }
 
 }  // namespace Kestrel

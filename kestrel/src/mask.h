@@ -20,4 +20,9 @@ inline constexpr std::size_t longestMask = 65536;
 /// ascending, duplicates kept. Returns a MaskError; `out` is of use only after meOk.
 int parseMask(const std::string& text, std::vector<unsigned>& out);
 
+/// Stores the bit set of the nodes of such a list, bit n for node n; of a list of more than 32
+/// entries only the first 32 are looked at. False, `nodes` untouched, where the text is no list or
+/// names a node above 31.
+bool parseNodes(const std::string& text, unsigned long& nodes);
+
 }  // namespace Kestrel

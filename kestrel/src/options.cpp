@@ -17,8 +17,8 @@ std::uint64_t payload(const Value& value, int lastType) {
     if (variant.holdsNothing())
         return 0;
     if (variant.type < 0 || variant.type > lastType)
-        debugkit::assertionFailed("variant.type <= lastType", "kestrel/src", __LINE__,
-                                  __PRETTY_FUNCTION__);
+        debugkit::assertionFailed("variant.type >= 0 && variant.type <= lastType", "kestrel/src",
+                                  __LINE__, __PRETTY_FUNCTION__);
     return variant.payload;
 }
 

@@ -1,7 +1,6 @@
 #include "output.h"
 
 #include <iostream>
-#include <string>
 #include <string_view>
 
 namespace Kestrel {
@@ -11,10 +10,15 @@ void printLine(const char* text) {
 }
 
 void printError(const char* text) {
-    std::wstring line;
+    // Character by character: an error may be that there is no memory for a copy.
     for (const char c : std::string_view(text))
-        line += c >= ' ' && c <= '~' ? static_cast<wchar_t>(c) : L'?';
-    std::wcout << line << std::endl;
+        std::wcout << (c >= ' ' && c <= '~' ? static_cast<wchar_t>(c) : L'?');
+    std::wcout << std::endl;
+}
+
+int fail(const char* error) {
+    printError(error);
+    return -1;
 }
 
 }  // namespace Kestrel

@@ -10,4 +10,7 @@ void printLine(const char* text);
 /// stream could not print, or that would end the line, is shown as '?'.
 void printError(const char* text);
 
+/// Prints the error and returns the status of a run that failed: -1.
+int fail(const char* error);
+
 }  // namespace Kestrel

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "kestrel/units.h"
 #include "patterns/array_patterns.h"
 #include "patterns/flop_pattern.h"
 #include "patterns/list_pattern.h"
@@ -36,32 +37,32 @@ Pattern flop(const PatternParameters& p) {
 }
 
 constexpr PatternRow patternTable[] = {
-    {1, "a-l", array<ArrayLPattern>, ArrayUse::wholeSize, false, false},
-    {2, "a-lms", array<ArrayLPattern>, ArrayUse::wholeSize, false, false},
-    {3, "a-lls", array<ArrayLLSPattern>, ArrayUse::wholeSize, false, false},
-    {4, "a-fastmem", fastmem, ArrayUse::wholeSize, false, false},
-    {5, "l-l", list, ArrayUse::wholeSize, false, false},
-    {6, "l-lms", list, ArrayUse::wholeSize, false, false},
-    {7, "s-a", array<ArrayLPattern>, ArrayUse::wholeSize, true, false},
-    {8, "s-l", list, ArrayUse::wholeSize, true, false},
-    {9, "s-lms", share<ShareLMSPattern>, ArrayUse::slots, true, true},
-    {10, "s-lms-l", share<ShareLMSLPattern>, ArrayUse::slots, true, true},
-    {11, "f-ssa", flop<fp_single, lc1, fo_add>, ArrayUse::none, false, false},
-    {12, "f-dsa", flop<fp_double, lc1, fo_add>, ArrayUse::none, false, false},
-    {13, "f-ssm", flop<fp_single, lc1, fo_mul>, ArrayUse::none, false, false},
-    {14, "f-dsf", flop<fp_double, lc1, fo_fma>, ArrayUse::none, false, false},
-    {15, "f-d4f", flop<fp_double, lc4, fo_fma>, ArrayUse::none, false, false},
-    {16, "f-d8f", flop<fp_double, lc8, fo_fma>, ArrayUse::none, false, false},
-    {17, "f-s8f", flop<fp_single, lc8, fo_fma>, ArrayUse::none, false, false},
-    {18, "f-s16f", flop<fp_single, lc16, fo_fma>, ArrayUse::none, false, false},
-    {19, "f-s8m", flop<fp_single, lc8, fo_mul>, ArrayUse::none, false, false},
-    {20, "f-s8a", flop<fp_single, lc8, fo_add>, ArrayUse::none, false, false},
-    {21, "f-s16a", flop<fp_single, lc16, fo_add>, ArrayUse::none, false, false},
-    {22, "f-d4a", flop<fp_double, lc4, fo_add>, ArrayUse::none, false, false},
-    {23, "f-d8a", flop<fp_double, lc8, fo_add>, ArrayUse::none, false, false},
-    {24, "f-d4m", flop<fp_double, lc4, fo_mul>, ArrayUse::none, false, false},
-    {25, "f-dsm", flop<fp_double, lc1, fo_mul>, ArrayUse::none, false, false},
-    {26, "f-ssf", flop<fp_single, lc1, fo_fma>, ArrayUse::none, false, false},
+    {1, "a-l", array<ArrayLPattern>, ArrayUse::own},
+    {2, "a-lms", array<ArrayLPattern>, ArrayUse::own},
+    {3, "a-lls", array<ArrayLLSPattern>, ArrayUse::own},
+    {4, "a-fastmem", fastmem, ArrayUse::own},
+    {5, "l-l", list, ArrayUse::own},
+    {6, "l-lms", list, ArrayUse::own},
+    {7, "s-a", array<ArrayLPattern>, ArrayUse::shared},
+    {8, "s-l", list, ArrayUse::shared},
+    {9, "s-lms", share<ShareLMSPattern>, ArrayUse::slots},
+    {10, "s-lms-l", share<ShareLMSLPattern>, ArrayUse::slots},
+    {11, "f-ssa", flop<fp_single, lc1, fo_add>, ArrayUse::none},
+    {12, "f-dsa", flop<fp_double, lc1, fo_add>, ArrayUse::none},
+    {13, "f-ssm", flop<fp_single, lc1, fo_mul>, ArrayUse::none},
+    {14, "f-dsf", flop<fp_double, lc1, fo_fma>, ArrayUse::none},
+    {15, "f-d4f", flop<fp_double, lc4, fo_fma>, ArrayUse::none},
+    {16, "f-d8f", flop<fp_double, lc8, fo_fma>, ArrayUse::none},
+    {17, "f-s8f", flop<fp_single, lc8, fo_fma>, ArrayUse::none},
+    {18, "f-s16f", flop<fp_single, lc16, fo_fma>, ArrayUse::none},
+    {19, "f-s8m", flop<fp_single, lc8, fo_mul>, ArrayUse::none},
+    {20, "f-s8a", flop<fp_single, lc8, fo_add>, ArrayUse::none},
+    {21, "f-s16a", flop<fp_single, lc16, fo_add>, ArrayUse::none},
+    {22, "f-d4a", flop<fp_double, lc4, fo_add>, ArrayUse::none},
+    {23, "f-d8a", flop<fp_double, lc8, fo_add>, ArrayUse::none},
+    {24, "f-d4m", flop<fp_double, lc4, fo_mul>, ArrayUse::none},
+    {25, "f-dsm", flop<fp_double, lc1, fo_mul>, ArrayUse::none},
+    {26, "f-ssf", flop<fp_single, lc1, fo_fma>, ArrayUse::none},
 };
 
 /// The row of that id; where the name matched none, a list is chased.
@@ -70,28 +71,28 @@ const PatternRow& rowOf(std::uint32_t id) {
     return *std::ranges::find(patternTable, id != 0 ? id : defaultId, &PatternRow::id);
 }
 
-/// Up to this size one call of a kernel is too short to time well, and the kernels repeat.
-constexpr std::uint32_t largestRepeated = 32768, repeats = 1000;
-
+/// The code of the first word size for any that is none.
 std::uint32_t wordCodeOf(std::uint32_t word) {
-    for (const std::uint32_t code : {wc16, wc32, wc64})
-        if (wordBytes(code) == word)
-            return code;
-    return wc8;
+    const auto* const found = std::ranges::find(wordSizes, word);
+    return found != std::end(wordSizes)
+               ? static_cast<std::uint32_t>(std::distance(std::begin(wordSizes), found)) + 1
+               : 1;
 }
 
 std::uint32_t arraySizeFor(ArrayUse use, const PatternParameters& p, std::uint32_t word,
                            std::uint32_t cpuCount) {
     switch (use) {
-        case ArrayUse::wholeSize:
+        case ArrayUse::own:
+        case ArrayUse::shared:
             return p.size;
         case ArrayUse::slots:
             // Saturated: no mapping is as long as that, so it is refused instead of cut short.
             return static_cast<std::uint32_t>(std::min<std::uint64_t>(
                 std::uint64_t{cpuCount} * std::max(p.stride, word), UINT32_MAX));
-        default:
-            return 1;
+        case ArrayUse::none:
+            break;
     }
+    return 1;
 }
 
 }  // namespace
@@ -105,14 +106,19 @@ const PatternRow* findPattern(std::string_view name) {
     return found != std::end(patternTable) ? found : nullptr;
 }
 
+std::uint32_t repeatsFor(std::uint32_t size) {
+    constexpr std::uint32_t largest = 32 * kibibyte, repeats = 1000;
+    return size <= largest ? repeats : 1;
+}
+
 PatternSelection selectPattern(const BenchmarkSettings& settings, std::uint32_t cpuCount) {
     const PatternRow& row = rowOf(settings.patternId);
     const std::uint32_t word = settings.word != 0 ? settings.word : 8;
-    const bool strideOrWord = row.arrayUse == ArrayUse::wholeSize && settings.stride == 0;
+    const bool wholeArray = row.arrayUse == ArrayUse::own || row.arrayUse == ArrayUse::shared;
     const PatternParameters parameters = {
         .wordCode = wordCodeOf(word),
-        .stride = strideOrWord ? word : settings.stride,
-        .repeat = settings.size <= largestRepeated ? repeats : 1,
+        .stride = wholeArray && settings.stride == 0 ? word : settings.stride,
+        .repeat = repeatsFor(settings.size),
         .size = settings.size,
     };
     return {&row, row.build(parameters), arraySizeFor(row.arrayUse, parameters, word, cpuCount)};

@@ -19,11 +19,12 @@ struct PatternParameters {
     std::uint32_t size;  ///< bytes, operations or loops, as the pattern takes it
 };
 
-/// How large an array the pattern works on.
+/// What the workers' memory is.
 enum class ArrayUse {
-    wholeSize,  ///< the size setting; a stride of 0 stands for the word
-    slots,      ///< a slot for each worker
-    none,       ///< the pattern does not look at it
+    own,     ///< an array of the size setting for each worker; a stride of 0 stands for the word
+    shared,  ///< one such array for all of them
+    slots,   ///< one array with a slot for each of them
+    none,    ///< an array for each that the pattern does not look at
 };
 
 struct PatternRow {
@@ -31,9 +32,18 @@ struct PatternRow {
     std::string_view name;
     std::unique_ptr<IPattern> (*build)(const PatternParameters&);
     ArrayUse arrayUse;
-    bool sharedArray;     ///< one array for all workers
-    bool accessTimeLine;  ///< the report has a line of access times
+
+    /// One array serves all workers.
+    [[nodiscard]] constexpr bool sharesArray() const {
+        return arrayUse == ArrayUse::shared || arrayUse == ArrayUse::slots;
+    }
+    /// What is counted are accesses, and the report says how long one takes.
+    [[nodiscard]] constexpr bool countsAccesses() const { return arrayUse == ArrayUse::slots; }
 };
+
+/// Sweeps that one call of a repeating kernel makes: many over an array of up to 32 KiB, where a
+/// single one is too short to time well.
+std::uint32_t repeatsFor(std::uint32_t size);
 
 /// The row of that very name, or null.
 const PatternRow* findPattern(std::string_view name);

@@ -8,7 +8,8 @@ namespace Kestrel {
 
 struct BenchmarkSettings {
     std::uint32_t patternId = 0;  ///< 0: the name matched no pattern
-    std::uint32_t size = 0;       ///< bytes
+    std::uint32_t size = 0;       ///< bytes of an array; operations of a pass for "s-lms" and
+                                  ///< "s-lms-l", loops of a pass for floating point
     std::string nodeMask;
     std::string cpuMask;
     std::uint32_t word = 0;      ///< bytes

@@ -90,7 +90,8 @@ struct Option : IOption {
     }
 
     [[nodiscard]] std::string malformedText() const {
-        return "--" + name + ": '" + given +
+        const bool empty = type == otBoolean && given == " ";  // as "--name=" was handed over
+        return "--" + name + ": '" + (empty ? "" : given) +
                (type == otUnsigned
                     ? "' is not a number from 0 to 4294967295 (a suffix K, M or G is allowed)"
                     : "' is not one of true, false, 1, 0");

@@ -60,7 +60,7 @@ TEST(Program, RefusesWhatItCannotRead) {
     expectError({"--caf\xc3\xa9=\n1"}, "[^\n]*--caf\\?\\?=\\?1[^\n]*");
     expectError({"--size=", "5"}, "[^\n]*");
     expectError({"--bandwidth=maybe"}, "--bandwidth: 'maybe' [^\n]*");
-    expectError({"--bandwidth="}, "--bandwidth: ' ' [^\n]*");
+    expectError({"--bandwidth="}, "--bandwidth: '' [^\n]*");
     expectError({"-B", "true"}, "[^\n]*true[^\n]*");
     for (const char* number : {"", "x", "12x", "-1", "+1", "1.5", "0x10", "1e3", "4294967296", "5G",
                                "4194304K", " 1", "1KK", "99999999999999999999"})

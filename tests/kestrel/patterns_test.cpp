@@ -149,7 +149,7 @@ TEST(PatternTable, NamesMatchWholeAndExactly) {
         EXPECT_EQ(findPattern(name), nullptr) << name;
     for (const PatternRow& row : allPatterns()) {
         EXPECT_EQ(findPattern(row.name), &row) << row.name << ": no name stands twice";
-        EXPECT_EQ(row.sharedArray, row.name.starts_with("s-")) << row.name;
+        EXPECT_EQ(row.sharesArray(), row.name.starts_with("s-")) << row.name;
     }
 }
 

@@ -1,25 +1,25 @@
 // Contiguous sweeps: loads only, each whole word of the array once.
 #include "bracket.h"
 #include "kestrel/kernels.h"
-#include "widest_register.h"
+#include "moves.h"
 
 namespace Kestrel {
 namespace {
 
-template <class Register>
+template <std::uint32_t width>
 std::uint64_t sweep(const std::byte* begin, const std::byte* end, std::uint32_t repeat,
-                    std::uint32_t word = Register::bytes) {
+                    std::uint32_t word = width) {
     // So many loads a turn that the loop's own instructions hide behind them.
-    constexpr std::uint32_t unroll = 16, block = unroll * Register::bytes;
+    constexpr std::uint32_t unroll = 16, block = unroll * width;
     const std::size_t size = static_cast<std::size_t>(end - begin) / word * word;
     const std::byte* const lastBlock = begin + size / block * block;
     const std::byte* const lastWord = begin + size;
     return timed([=] {
         for (std::uint32_t i = 0; i < repeat; ++i) {
             if (begin != lastBlock)
-                Register::template loadAll<unroll>(begin, lastBlock);
+                loadAll<width, unroll>(begin, lastBlock);
             if (lastBlock != lastWord)
-                Register::template loadAll<1>(lastBlock, lastWord);
+                loadAll<width, 1>(lastBlock, lastWord);
         }
     });
 }
@@ -27,18 +27,18 @@ std::uint64_t sweep(const std::byte* begin, const std::byte* end, std::uint32_t 
 template <std::uint32_t word>
 std::uint64_t sweepWidest(const std::byte* begin, const std::byte* end, std::uint32_t repeat) {
     return withWidestRegister<word>(
-        [=]<class Register>(Register) { return sweep<Register>(begin, end, repeat, word); });
+        [=]<std::uint32_t width> { return sweep<width>(begin, end, repeat, word); });
 }
 
 }  // namespace
 }  // namespace Kestrel
 
 std::uint64_t kestrel___array_8(std::byte* begin, std::byte* end) {
-    return Kestrel::sweep<Kestrel::Qword>(begin, end, 1);
+    return Kestrel::sweep<8>(begin, end, 1);
 }
 
 std::uint64_t kestrel___array_16(std::byte* begin, std::byte* end) {
-    return Kestrel::sweep<Kestrel::Xmm>(begin, end, 1);
+    return Kestrel::sweep<16>(begin, end, 1);
 }
 
 std::uint64_t kestrel___array_32(std::byte* begin, std::byte* end, std::uint32_t repeat) {

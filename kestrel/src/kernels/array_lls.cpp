@@ -2,31 +2,31 @@
 // combined, and the result is stored to word i of the third. The last quarter is not touched.
 #include "bracket.h"
 #include "kestrel/kernels.h"
-#include "widest_register.h"
+#include "moves.h"
 
 namespace Kestrel {
 namespace {
 
-template <class Register>
+template <std::uint32_t width>
 std::uint64_t sweep(std::byte* begin, const std::byte* end, std::uint32_t repeat,
                     std::uint32_t word) {
-    constexpr std::uint32_t unroll = 4, block = unroll * Register::bytes;
+    constexpr std::uint32_t unroll = 8, block = unroll * width;
     // n words make quarters of n / 4. What is left of a quarter when n is no multiple of four goes
     // by 4 bytes, so that exactly three quarters move.
     const std::size_t quarter = static_cast<std::size_t>(end - begin) / word * (word / 4);
     const std::size_t inBlocks = quarter / block * block;
-    const std::size_t inRegisters = quarter / Register::bytes * Register::bytes;
+    const std::size_t inRegisters = quarter / width * width;
     std::byte *const second = begin + quarter, *const third = second + quarter;
     return timed([=] {
         for (std::uint32_t i = 0; i < repeat; ++i) {
             if (inBlocks != 0)
-                Register::template combineAll<unroll>(begin, second, third, begin + inBlocks);
+                combineAll<width, unroll>(begin, second, third, begin + inBlocks);
             if (inRegisters != inBlocks)
-                Register::template combineAll<1>(begin + inBlocks, second + inBlocks,
-                                                 third + inBlocks, begin + inRegisters);
+                combineAll<width, 1>(begin + inBlocks, second + inBlocks, third + inBlocks,
+                                     begin + inRegisters);
             if (quarter != inRegisters)
-                Dword::combineAll<1>(begin + inRegisters, second + inRegisters, third + inRegisters,
-                                     begin + quarter);
+                combineAll<4, 1>(begin + inRegisters, second + inRegisters, third + inRegisters,
+                                 begin + quarter);
         }
     });
 }
@@ -34,7 +34,7 @@ std::uint64_t sweep(std::byte* begin, const std::byte* end, std::uint32_t repeat
 template <std::uint32_t word>
 std::uint64_t sweepWidest(std::byte* begin, const std::byte* end, std::uint32_t repeat) {
     return withWidestRegister<word>(
-        [=]<class Register>(Register) { return sweep<Register>(begin, end, repeat, word); });
+        [=]<std::uint32_t width> { return sweep<width>(begin, end, repeat, word); });
 }
 
 }  // namespace

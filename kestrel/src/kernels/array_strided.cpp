@@ -6,14 +6,14 @@
 
 #include "bracket.h"
 #include "kestrel/kernels.h"
-#include "widest_register.h"
+#include "moves.h"
 
 namespace Kestrel {
 namespace {
 
-template <class Register, std::uint32_t word = Register::bytes>
+template <std::uint32_t width, std::uint32_t word = width>
 std::uint64_t sweep(const std::byte* begin, const std::byte* end, std::uint32_t stride) {
-    constexpr std::uint32_t perWord = word / Register::bytes;
+    constexpr std::uint32_t perWord = word / width;
     const auto size = static_cast<std::size_t>(end - begin);
     if (size < word)
         return 0;
@@ -24,29 +24,29 @@ std::uint64_t sweep(const std::byte* begin, const std::byte* end, std::uint32_t 
     return timed([=] {
         const std::byte* p = begin;
         if (fours != 0)
-            p = Register::template loadStridedByFour<perWord>(p, stride, fours);
+            p = loadStridedByFour<width, perWord>(p, stride, fours);
         if (ones != 0)
-            Register::template loadStrided<perWord>(p, stride, ones);
+            loadStrided<width, perWord>(p, stride, ones);
         if (atEnd != 0)
-            Register::template loadStrided<perWord>(lastPlace, 0, atEnd);
+            loadStrided<width, perWord>(lastPlace, 0, atEnd);
     });
 }
 
 template <std::uint32_t word>
 std::uint64_t sweepWidest(const std::byte* begin, const std::byte* end, std::uint32_t stride) {
     return withWidestRegister<word>(
-        [=]<class Register>(Register) { return sweep<Register, word>(begin, end, stride); });
+        [=]<std::uint32_t width> { return sweep<width, word>(begin, end, stride); });
 }
 
 }  // namespace
 }  // namespace Kestrel
 
 std::uint64_t kestrel___array_stride_8(std::byte* begin, std::byte* end, std::uint32_t stride) {
-    return Kestrel::sweep<Kestrel::Qword>(begin, end, stride);
+    return Kestrel::sweep<8>(begin, end, stride);
 }
 
 std::uint64_t kestrel___array_stride_16(std::byte* begin, std::byte* end, std::uint32_t stride) {
-    return Kestrel::sweep<Kestrel::Xmm>(begin, end, stride);
+    return Kestrel::sweep<16>(begin, end, stride);
 }
 
 std::uint64_t kestrel___array_stride_32(std::byte* begin, std::byte* end, std::uint32_t stride) {

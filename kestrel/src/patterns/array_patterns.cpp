@@ -1,7 +1,6 @@
 #include "array_patterns.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 
 namespace Kestrel {
@@ -25,23 +24,17 @@ void fillAlternating(std::byte* begin, std::size_t count, std::size_t blockSize)
     }
 }
 
-constexpr std::uint32_t fastmemBlock = 64;
-
-/// The rows of the kernel list by shape and word code, so that a pass finds its own at once.
-constexpr auto kernelTable = [] {
-    std::array<std::array<const ArrayKernel*, wc64 + 1>, arrayShapes> table{};
-    for (std::size_t shape = 0; shape < arrayShapes; ++shape)
-        for (std::uint32_t code = wc8; code <= wc64; ++code)
-            table[shape][code] = findArrayKernel(static_cast<ArrayShape>(shape), wordBytes(code));
-    return table;
-}();
-
-/// Null where the list has no kernel for it.
-const ArrayKernel* kernelFor(ArrayShape shape, std::uint32_t wordCode) {
-    return wordCode <= wc64 ? kernelTable[static_cast<std::size_t>(shape)][wordCode] : nullptr;
-}
-
 }  // namespace
+
+ArrayLPattern::ArrayLPattern(ArrayShape shape, std::uint32_t wordCode, std::uint32_t stride,
+                             std::uint32_t repeat)
+    : wordCode(wordCode),
+      stride(stride),
+      repeat(repeat),
+      // Only the strided kernels leave anything out between two words.
+      kernel(shape == ArrayShape::strided || wordBytes(wordCode) == stride
+                 ? findArrayKernel(shape, wordBytes(wordCode))
+                 : nullptr) {}
 
 PatternStatus ArrayLPattern::prepare(std::byte* buffer, const std::uint32_t& size,
                                      const WorkerResult& /*results*/, PatternState& state) {
@@ -57,15 +50,11 @@ PatternStatus ArrayLPattern::prepare(std::byte* buffer, const std::uint32_t& siz
     return psOk;
 }
 
-std::uint64_t ArrayLPattern::runKernel(ArrayShape shape, const PatternState& state) const {
-    const ArrayKernel* const kernel = kernelFor(shape, wordCode);
+std::uint64_t ArrayLPattern::runPass(PatternState& state) {
     if (kernel == nullptr)
         return 0;
-    return kernel->run(state.begin, state.end, shape == ArrayShape::strided ? stride : repeat);
-}
-
-std::uint64_t ArrayLPattern::runPass(PatternState& state) {
-    return runKernel(contiguous() ? ArrayShape::contiguous : ArrayShape::strided, state);
+    return kernel->run(state.begin, state.end,
+                       kernel->argument == ArrayArgument::stride ? stride : repeat);
 }
 
 void ArrayLPattern::finish(const PatternState& state, WorkerResult& results) {
@@ -73,12 +62,7 @@ void ArrayLPattern::finish(const PatternState& state, WorkerResult& results) {
 }
 
 std::uint32_t ArrayLPattern::iterationsPerPass() {
-    // The contiguous kernels for wide words are the ones that repeat.
-    return contiguous() && wordCode >= wc32 ? repeat : 1;
-}
-
-std::uint64_t ArrayLLSPattern::runPass(PatternState& state) {
-    return contiguous() ? runKernel(ArrayShape::lls, state) : 0;
+    return kernel != nullptr && kernel->argument == ArrayArgument::repeat ? repeat : 1;
 }
 
 void ArrayLLSPattern::finish(const PatternState& state, WorkerResult& results) {
@@ -86,7 +70,7 @@ void ArrayLLSPattern::finish(const PatternState& state, WorkerResult& results) {
 }
 
 std::uint32_t ArrayLLSPattern::iterationsPerPass() {
-    return repeat;
+    return repeat;  // also where no kernel is called and nothing counts
 }
 
 PatternStatus ArrayFASTMEMPattern::prepare(std::byte* buffer, const std::uint32_t& size,

@@ -20,7 +20,8 @@ class FlopPattern : public BenchmarkBasePattern {
     /// The codes of a FlopPrecision, a LaneCode and a FlopOperation; those that no kernel has make
     /// a pattern that does not prepare.
     FlopPattern(std::uint32_t precision, std::uint32_t laneCode, std::uint32_t operation,
-                std::uint32_t loopCount);
+                std::uint32_t loopCount)
+        : kernel(findFlopKernel(precision, laneCount(laneCode), operation)), loopCount(loopCount) {}
 
     PatternStatus prepare(std::byte* buffer, const std::uint32_t& size, const WorkerResult& results,
                           PatternState& state) override;
@@ -28,9 +29,7 @@ class FlopPattern : public BenchmarkBasePattern {
     void finish(const PatternState& state, WorkerResult& results) override;
 
   private:
-    std::uint64_t (*kernel)(std::uint32_t loopCount) = nullptr;
-    std::uint32_t flopsPerInstruction;
-    std::uint32_t instructionsPerLoop = 16;
+    const FlopKernel* kernel;  ///< its row of the list; null where there is none
     std::uint32_t loopCount;
 };
 

@@ -1,7 +1,5 @@
 #include "kestrel/worker.h"
 
-#include <sched.h>
-
 #include <boost/bind/bind.hpp>
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/locks.hpp>
@@ -10,7 +8,9 @@
 
 #include "debugkit/assert.h"
 #include "frequency.h"
+#include "pin.h"
 #include "tern/run_services.h"
+#include "tern/threads.h"
 
 // Reports a broken invariant and carries on. The path is the room's, not the file's.
 #define CHECK(condition)                                                                      \
@@ -19,28 +19,15 @@
                                              __PRETTY_FUNCTION__))
 
 namespace Kestrel {
-namespace {
 
-/// Pins the calling thread to one CPU. A number that the set cannot hold leaves it empty, which
-/// the kernel refuses like a CPU that does not exist.
-bool pinTo(std::uint32_t cpu) {
-    cpu_set_t set;  // 1024 bits
-    CPU_ZERO(&set);
-    if (cpu < CPU_SETSIZE)
-        CPU_SET(cpu, &set);
-    return sched_setaffinity(/*the calling thread*/ 0, sizeof set, &set) == 0;
-}
-
-}  // namespace
-
-Worker::Worker(std::uint32_t cpuIndex, IPattern* pattern, IArray* array, WorkerResult* results,
+Worker::Worker(std::uint32_t cpu, IPattern* pattern, IArray* array, WorkerResult* results,
                const RunPhase* phase)
-    : cpuIndex(cpuIndex), pattern(pattern), array(array), results(results), phase(phase) {}
+    : cpu(cpu), pattern(pattern), array(array), results(results), phase(phase) {}
 
-Worker::Error Worker::create(std::uint32_t cpuIndex, IPattern* pattern, IArray* array,
+Worker::Error Worker::create(std::uint32_t cpu, IPattern* pattern, IArray* array,
                              WorkerResult* results, const RunPhase* phase, Worker** out) {
     try {
-        std::unique_ptr<Worker> worker(new Worker(cpuIndex, pattern, array, results, phase));
+        std::unique_ptr<Worker> worker(new Worker(cpu, pattern, array, results, phase));
         const Error error = worker->start();
         if (error != eOk) {
             worker->join();  // it has finished, or was never started: nothing stays behind
@@ -53,6 +40,12 @@ Worker::Error Worker::create(std::uint32_t cpuIndex, IPattern* pattern, IArray* 
     } catch (const boost::thread_resource_error&) {
         return eThreadCreateFailed;  // its mutex could not be made
     }
+}
+
+Worker::Error Worker::errorOf(std::uint32_t outcome) {
+    static_assert(eOk == +teNone && eInvalidArgument == +teInvalidArgument &&
+                  eAffinityFailed == +teAffinity && eFrequencyFailed == +teFrequency);
+    return outcome >= teNone && outcome <= teFrequency ? static_cast<Error>(outcome) : eUnknown;
 }
 
 Worker::Error Worker::start() {
@@ -69,11 +62,8 @@ Worker::Error Worker::start() {
         currentState = state.load();
         if (currentState == tsRunning)
             return eOk;
-        if (currentState == tsFinished) {
-            const std::uint32_t outcome = error.load();
-            return outcome >= teNone && outcome <= teFrequency ? static_cast<Error>(outcome)
-                                                               : eUnknown;
-        }
+        if (currentState == tsFinished)
+            return errorOf(error.load());
         CHECK(currentState == tsNotStarted);
         tern_yield();
     }
@@ -81,7 +71,8 @@ Worker::Error Worker::start() {
 
 void Worker::WorkerThread() {
     ThreadError outcome = teNone;
-    if (!pinTo(cpuIndex)) {
+    kernelThread = tern_get_thread_id();
+    if (!pinThread(cpu)) {
         outcome = teAffinity;
     } else {
         const std::uint32_t prevState = state.exchange(tsRunning);
