@@ -56,6 +56,14 @@ MAY_FAIL(int, pthread_create,
           void* argument),
          (thread, attributes, body, argument), EAGAIN, EAGAIN)
 
+/// The C library's own, by the name under which it can be reached without asking the loader, which
+/// allocates itself.
+extern "C" void* __libc_malloc(size_t size);
+
+extern "C" [[gnu::visibility("default")]] void* malloc(size_t size) noexcept {
+    return failsNow("malloc", ENOMEM) ? nullptr : __libc_malloc(size);
+}
+
 extern "C" [[gnu::visibility("default")]] int gettimeofday(timeval* now, void* zone) noexcept {
     static std::atomic<unsigned> threads = 0;
     thread_local const unsigned ordinal = ++threads;

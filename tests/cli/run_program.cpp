@@ -11,23 +11,21 @@
 
 namespace {
 
-constexpr unsigned longestRun = 60;  // seconds
-
-[[noreturn]] void become(Words command, Words environment, const char* outputFile, int output) {
+[[noreturn]] void become(Words command, const RunOptions& options, int output) {
     dup2(output, STDOUT_FILENO);
     dup2(output, STDERR_FILENO);
-    if (outputFile != nullptr) {
+    if (options.outputFile != nullptr) {
         close(STDOUT_FILENO);
-        if (*outputFile != '\0' && open(outputFile, O_WRONLY) != STDOUT_FILENO)
+        if (*options.outputFile != '\0' && open(options.outputFile, O_WRONLY) != STDOUT_FILENO)
             _exit(126);
     }
     std::vector<char*> argv;
     for (std::string& word : command)
         argv.push_back(word.data());
     argv.push_back(nullptr);
-    for (std::string& variable : environment)
-        putenv(variable.data());
-    alarm(longestRun);
+    for (const std::string& variable : options.environment)
+        putenv(const_cast<char*>(variable.c_str()));
+    alarm(options.limit);
     execvp(argv.front(), argv.data());
     _exit(127);
 }
@@ -47,7 +45,7 @@ Outcome runProgram(const Words& arguments, const RunOptions& options) {
     EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
     const pid_t child = fork();
     if (child == 0)
-        become(command, options.environment, options.outputFile, ends[1]);
+        become(command, options, ends[1]);
     close(ends[1]);
     Outcome outcome;
     char buffer[4096];

@@ -127,25 +127,22 @@ TEST(FlopPatterns, ExecuteWhatTheyAreNamedAndCountedAs) {
             // Between them: the loop's own two instructions, and what begins a chain anew.
             EXPECT_EQ(work.others, std::size_t{2} * (loops - 1) + (fma ? count / 2 - 1 : 0));
         }
-    EXPECT_EQ(
-        std::ranges::count_if(
-            flopKernels, [](const auto& it) { return findPattern(patternName(it)) != nullptr; }),
-        16);
 }
 
 TEST(FlopPatterns, RefuseWhatHasNoKernel) {
     const RunPhase phase = rpWait;  // which a refusal does not wait to change
     WorkerResult result;
-    PatternState state{};
-    std::size_t prepared = 0;
-    for (std::uint32_t precision = 0; precision <= 3; ++precision)
-        for (std::uint32_t lanes = 0; lanes <= 6; ++lanes)
-            for (std::uint32_t operation = 0; operation <= 4; ++operation)
-                prepared += FlopPattern(precision, lanes, operation, 1)
-                                .prepare(nullptr, 0, result, state) == psOk;
-    EXPECT_EQ(prepared, 18u) << "those that the test above has seen at work";
-    EXPECT_EQ(FlopPattern(fp_double, lc4, fo_fma, 0).run(nullptr, 0, result, phase),
-              psInvalidParameters);
+    for (const auto& [precision, lanes, operation, loops] :
+         std::vector<std::array<std::uint32_t, 4>>{{fp_single, lc16, fo_mul, 1},
+                                                   {fp_double, lc16, fo_add, 1},
+                                                   {fp_single, lc2, fo_add, 1},
+                                                   {fp_double, 6, fo_add, 1},
+                                                   {fp_double, 0, fo_add, 1},
+                                                   {0, lc1, fo_add, 1},
+                                                   {fp_double, lc1, 4, 1},
+                                                   {fp_double, lc4, fo_fma, 0}})
+        EXPECT_EQ(FlopPattern(precision, lanes, operation, loops).run(nullptr, 0, result, phase),
+                  psInvalidParameters);
     EXPECT_EQ(result.ready, 0u);
 }
 

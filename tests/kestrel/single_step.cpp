@@ -87,3 +87,15 @@ int singleStep(const std::function<void()>& work,
     waitpid(child, &ended, 0);
     return *code == breakpoint ? 0 : WSTOPSIG(status);
 }
+
+int singleStepTimed(const std::function<void()>& kernel,
+                    const std::function<void(const Executed&)>& look) {
+    std::size_t readings = 0;
+    const int signal = singleStep(kernel, [&](const Executed& executed) {
+        readings += executed.code[0] == 0x0F && executed.code[1] == 0x31;
+        if (readings == 1)
+            look(executed);
+    });
+    EXPECT_EQ(readings, 2u);
+    return signal;
+}

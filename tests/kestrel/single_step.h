@@ -44,3 +44,8 @@ inline const std::uint8_t* skipRex(const std::uint8_t* code) {
 int singleStep(
     const std::function<void()>& work,
     const std::function<void(const Executed&)>& look = [](const Executed&) {});
+
+/// The same, but looks only between the first two readings of the time-stamp counter: at what a
+/// kernel does in the span that it times.
+int singleStepTimed(const std::function<void()>& kernel,
+                    const std::function<void(const Executed&)>& look);

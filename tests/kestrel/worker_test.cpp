@@ -120,14 +120,4 @@ TEST(Worker, ReportsWhatItsThreadCouldNot) {
                   Worker::eAffinityFailed)
             << cpu;
     EXPECT_EQ(worker, nullptr);
-    for (const bool withArray : {false, true}) {
-        const Worker::Error error =
-            Worker::create(0, withArray ? nullptr : &pattern, withArray ? &array : nullptr, &result,
-                           &phase, &worker);
-        if (error == Worker::eOk)  // seen while it was still measuring
-            EXPECT_EQ(Worker::destroy(worker), Worker::eOk);
-        else
-            EXPECT_EQ(error, Worker::eInvalidArgument);
-        EXPECT_EQ(array.cpu, -1);
-    }
 }
