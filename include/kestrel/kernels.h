@@ -40,7 +40,7 @@ extern "C" {
 std::uint64_t kestrel___list(const std::byte* head, std::uint32_t count);
 /// Adds one to the machine word at `slot`, `opsPerPass` times.
 std::uint64_t kestrel___share_lms(std::byte* slot, std::uint32_t opsPerPass);
-/// Loads it as often.
+/// The same with a load of that word instead.
 std::uint64_t kestrel___share_lms_l(std::byte* slot, std::uint32_t opsPerPass);
 }
 

@@ -42,7 +42,7 @@ class BenchmarkBasePattern : public IPattern {
     PatternStatus run(std::byte* buffer, std::uint32_t size, WorkerResult& results,
                       const RunPhase& phase) final;
 
-    /// Checks the parameters, fills the array where the passes need a content, fills `state`.
+    /// Checks the parameters, fills the array where a pass needs something in it, fills `state`.
     virtual PatternStatus prepare(std::byte* buffer, const std::uint32_t& size,
                                   const WorkerResult& results, PatternState& state) = 0;
     /// Calls one kernel once; returns its ticks, or 0 when nothing was done.

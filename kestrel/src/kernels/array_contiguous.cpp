@@ -9,7 +9,7 @@ namespace {
 template <std::uint32_t width>
 std::uint64_t sweep(const std::byte* begin, const std::byte* end, std::uint32_t repeat,
                     std::uint32_t word = width) {
-    // So many loads a turn that the loop's own instructions hide behind them.
+    // With so many loads a turn the loop's own instructions cost nothing.
     constexpr std::uint32_t unroll = 16, block = unroll * width;
     const std::size_t size = static_cast<std::size_t>(end - begin) / word * word;
     const std::byte* const lastBlock = begin + size / block * block;

@@ -30,7 +30,7 @@ std::uint64_t kestrel___array_fastmem(std::byte* begin, std::byte* end) {
     // A quarter of n whole steps is n * 16 bytes, whatever n is.
     const std::size_t quarter =
         static_cast<std::size_t>(end - begin) / fastmemBlock * (fastmemBlock / 4);
-    // Wide non-temporal stores fault on unaligned places, which arrays of whole pages never have.
+    // Wide non-temporal stores fault where they are not aligned. In whole pages they always are.
     if ((reinterpret_cast<std::uintptr_t>(begin) + 2 * quarter) % fastmemBlock != 0)
         return sweep<16>(begin, quarter);
     return withWidestRegister<fastmemBlock>(

@@ -23,41 +23,52 @@
 #include "instruction_sets.h"
 #include "kestrel/kernels.h"
 
-// The table: the arithmetic instruction of each kernel, on register r.
+// The table: the instruction of each operation and set, on register r; e is s or d, the precision.
 asm(R"(
-    .macro add_scalar_single r; addss       %xmm\r, %xmm\r            ; .endm
-    .macro mul_scalar_single r; mulss       %xmm\r, %xmm\r            ; .endm
-    .macro fma_scalar_single r; vfmadd213ss %xmm\r, %xmm\r, %xmm\r    ; .endm
-    .macro add_sse_single    r; addps       %xmm\r, %xmm\r            ; .endm
-    .macro add_avx_single    r; vaddps      %ymm\r, %ymm\r, %ymm\r    ; .endm
-    .macro mul_avx_single    r; vmulps      %ymm\r, %ymm\r, %ymm\r    ; .endm
-    .macro fma_avx_single    r; vfmadd213ps %ymm\r, %ymm\r, %ymm\r    ; .endm
-    .macro add_avx512_single r; vaddps      %zmm\r, %zmm\r, %zmm\r    ; .endm
-    .macro fma_avx512_single r; vfmadd213ps %zmm\r, %zmm\r, %zmm\r    ; .endm
-    .macro add_scalar_double r; addsd       %xmm\r, %xmm\r            ; .endm
-    .macro mul_scalar_double r; mulsd       %xmm\r, %xmm\r            ; .endm
-    .macro fma_scalar_double r; vfmadd213sd %xmm\r, %xmm\r, %xmm\r    ; .endm
-    .macro add_sse_double    r; addpd       %xmm\r, %xmm\r            ; .endm
-    .macro add_avx_double    r; vaddpd      %ymm\r, %ymm\r, %ymm\r    ; .endm
-    .macro mul_avx_double    r; vmulpd      %ymm\r, %ymm\r, %ymm\r    ; .endm
-    .macro fma_avx_double    r; vfmadd213pd %ymm\r, %ymm\r, %ymm\r    ; .endm
-    .macro add_avx512_double r; vaddpd      %zmm\r, %zmm\r, %zmm\r    ; .endm
-    .macro fma_avx512_double r; vfmadd213pd %zmm\r, %zmm\r, %zmm\r    ; .endm
+    .macro add_scalar e, r;  adds\e        %xmm\r, %xmm\r;           .endm
+    .macro add_sse    e, r;  addp\e        %xmm\r, %xmm\r;           .endm
+    .macro add_avx    e, r;  vaddp\e       %ymm\r, %ymm\r, %ymm\r;   .endm
+    .macro add_avx512 e, r;  vaddp\e       %zmm\r, %zmm\r, %zmm\r;   .endm
+
+    .macro mul_scalar e, r;  muls\e        %xmm\r, %xmm\r;           .endm
+    .macro mul_sse    e, r;  mulp\e        %xmm\r, %xmm\r;           .endm
+    .macro mul_avx    e, r;  vmulp\e       %ymm\r, %ymm\r, %ymm\r;   .endm
+    .macro mul_avx512 e, r;  vmulp\e       %zmm\r, %zmm\r, %zmm\r;   .endm
+
+    .macro fma_scalar e, r;  vfmadd213s\e  %xmm\r, %xmm\r, %xmm\r;   .endm
+    .macro fma_sse    e, r;  vfmadd213p\e  %xmm\r, %xmm\r, %xmm\r;   .endm
+    .macro fma_avx    e, r;  vfmadd213p\e  %ymm\r, %ymm\r, %ymm\r;   .endm
+    .macro fma_avx512 e, r;  vfmadd213p\e  %zmm\r, %zmm\r, %zmm\r;   .endm
 )");
 
-// One loop for all of them: sixteen instructions are two for each register. It begins on a cache
-// line of its own, or the decoders would see it differently in each build.
+// One loop for all of them. It begins on a cache line of its own, or the decoders would see it
+// differently in each build.
 asm(R"(
-    .macro start_scalar r, from:vararg; movups  \from, %xmm\r; .endm
-    .macro start_sse    r, from:vararg; movups  \from, %xmm\r; .endm
-    .macro start_avx    r, from:vararg; vmovups \from, %ymm\r; .endm
-    .macro start_avx512 r, from:vararg; vmovups \from, %zmm\r; .endm
+    .macro start_scalar r, from:vararg;  movups  \from, %xmm\r;  .endm
+    .macro start_sse    r, from:vararg;  movups  \from, %xmm\r;  .endm
+    .macro start_avx    r, from:vararg;  vmovups \from, %ymm\r;  .endm
+    .macro start_avx512 r, from:vararg;  vmovups \from, %zmm\r;  .endm
 
     # Left dirty, the upper halves of the registers slow the SSE code that follows.
-    .macro leave_scalar; .endm
-    .macro leave_sse;    .endm
-    .macro leave_avx;    vzeroupper; .endm
-    .macro leave_avx512; vzeroupper; .endm
+    .macro leave_scalar;  .endm
+    .macro leave_sse;     .endm
+    .macro leave_avx;     vzeroupper;  .endm
+    .macro leave_avx512;  vzeroupper;  .endm
+
+    # Two instructions for each register.
+    .macro sixteen operation, set, e
+        .irp r, 0, 1, 2, 3, 4, 5, 6, 7
+            .ifc \operation, fma
+                vxorps %xmm\r, %xmm\r, %xmm\r   # clears all 64 bytes
+            .endif
+            \operation\()_\set \e, \r
+        .endr
+        .irp r, 0, 1, 2, 3, 4, 5, 6, 7
+            \operation\()_\set \e, \r
+        .endr
+    .endm
+    .macro sixteen_single operation, set;  sixteen \operation, \set, s;  .endm
+    .macro sixteen_double operation, set;  sixteen \operation, \set, d;  .endm
 
     .macro flop_loop operation, set, precision, instructions, loops, start:vararg
         .irp r, 0, 1, 2, 3, 4, 5, 6, 7
@@ -65,15 +76,7 @@ asm(R"(
         .endr
         .p2align 6
      1: .rept \instructions / 16
-            .irp r, 0, 1, 2, 3, 4, 5, 6, 7
-                .ifc \operation, fma
-                    vxorps %xmm\r, %xmm\r, %xmm\r   # all 64 bytes
-                .endif
-                \operation\()_\set\()_\precision \r
-            .endr
-            .irp r, 0, 1, 2, 3, 4, 5, 6, 7
-                \operation\()_\set\()_\precision \r
-            .endr
+            sixteen_\precision \operation, \set
         .endr
         dec \loops
         jnz 1b

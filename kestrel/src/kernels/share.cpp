@@ -1,5 +1,5 @@
 // Operations on one machine word that other workers may use, or its neighbours in a cache line, at
-// the same time. Neither locked nor atomic: what the line's travels cost is what is measured.
+// the same time. Neither locked nor atomic: what is measured is what it costs to have the line.
 #include "bracket.h"
 #include "kestrel/kernels.h"
 
@@ -31,7 +31,7 @@ struct Load {
 
 template <class Operation>
 std::uint64_t timedOften(std::byte* slot, std::uint32_t times) {
-    // So many operations a turn that the loop's own instructions hide behind them.
+    // With so many operations a turn the loop's own instructions cost nothing.
     constexpr std::uint32_t unroll = 16;
     return timed([=] {
         if (times >= unroll)

@@ -12,7 +12,8 @@
 #include "tern/run_services.h"
 #include "tern/threads.h"
 
-// Reports a broken invariant and carries on. The path is the room's, not the file's.
+// Reports a broken invariant and carries on. The path names the folder: files move, and a report
+// should read the same from every build.
 #define CHECK(condition)                                                                      \
     ((condition) ? void()                                                                     \
                  : debugkit::assertionFailed(#condition, "kestrel/src/worker_impl", __LINE__, \
