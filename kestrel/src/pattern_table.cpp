@@ -6,6 +6,7 @@
 #include "patterns/array_patterns.h"
 #include "patterns/flop_pattern.h"
 #include "patterns/list_pattern.h"
+#include "patterns/random_list_pattern.h"
 #include "patterns/share_patterns.h"
 
 namespace Kestrel {
@@ -22,8 +23,9 @@ Pattern fastmem(const PatternParameters& /*p*/) {
     return std::make_unique<ArrayFASTMEMPattern>();
 }
 
+template <class ListPattern>
 Pattern list(const PatternParameters& p) {
-    return std::make_unique<ListLPattern>(p.stride);
+    return std::make_unique<ListPattern>(p.stride);
 }
 
 template <class SharePattern>
@@ -41,10 +43,10 @@ constexpr PatternRow patternTable[] = {
     {2, "a-lms", array<ArrayLPattern>, ArrayUse::own},
     {3, "a-lls", array<ArrayLLSPattern>, ArrayUse::own},
     {4, "a-fastmem", fastmem, ArrayUse::own},
-    {5, "l-l", list, ArrayUse::own},
-    {6, "l-lms", list, ArrayUse::own},
+    {5, "l-l", list<ListLPattern>, ArrayUse::own},
+    {6, "l-lms", list<ListLPattern>, ArrayUse::own},
     {7, "s-a", array<ArrayLPattern>, ArrayUse::shared},
-    {8, "s-l", list, ArrayUse::shared},
+    {8, "s-l", list<ListLPattern>, ArrayUse::shared},
     {9, "s-lms", share<ShareLMSPattern>, ArrayUse::slots},
     {10, "s-lms-l", share<ShareLMSLPattern>, ArrayUse::slots},
     {11, "f-ssa", flop<fp_single, lc1, fo_add>, ArrayUse::none},
@@ -63,6 +65,7 @@ constexpr PatternRow patternTable[] = {
     {24, "f-d4m", flop<fp_double, lc4, fo_mul>, ArrayUse::none},
     {25, "f-dsm", flop<fp_double, lc1, fo_mul>, ArrayUse::none},
     {26, "f-ssf", flop<fp_single, lc1, fo_fma>, ArrayUse::none},
+    {27, "l-r", list<RandomListPattern>, ArrayUse::own},
 };
 
 /// The row of that id; where the name matched none, a list is chased.

@@ -4,10 +4,12 @@
 
 #include <csignal>
 #include <cstring>
+#include <map>
 
 #include "guarded_memory.h"
 #include "kestrel/kernels.h"
 #include "patterns/list_pattern.h"
+#include "patterns/random_list_pattern.h"
 #include "patterns/share_patterns.h"
 #include "single_step.h"
 
@@ -68,6 +70,58 @@ TEST(ListPattern, RefusesWhatHoldsNoList) {
                   psInvalidParameters);
     for (const auto& [array, size] : {std::pair(&buffer[0], 0u), {buffer, 63u}, {nullptr, 64u}})
         EXPECT_EQ(ListLPattern(64).prepare(array, size, WorkerResult(), state), psInvalidArray);
+}
+
+/// The number of the node that a machine word in node `node` leads to.
+std::uint32_t nodeAt(const GuardedMemory& memory, std::uint32_t stride, std::uint32_t node,
+                     std::size_t word) {
+    std::byte* to = nullptr;
+    std::memcpy(&to, memory.begin() + std::size_t{node} * stride + word * sizeof to, sizeof to);
+    return static_cast<std::uint32_t>(to - memory.begin()) / stride;
+}
+
+TEST(RandomListPattern, LinksAllNodesInOneCycleThatNoPrefetcherFollows) {
+    constexpr std::uint32_t stride = 64;
+    for (const std::uint32_t nodes : {1u, 2u, 3u, 5u, 64u, 97u, 1000u, 4096u, 4097u, 100000u}) {
+        const GuardedMemory memory(std::size_t{nodes} * stride, GuardedMemory::atEnd);
+        WorkerResult results;
+        PatternState state{};
+        ASSERT_EQ(RandomListPattern(stride).prepare(memory.begin(), nodes * stride, results, state),
+                  psOk);
+        EXPECT_EQ(state.count % nodes, 0u) << "whole rounds";
+        std::map<std::uint32_t, std::uint32_t> jumps;  // how often each distance is jumped
+        std::uint32_t node = 0, mostOften = 0;
+        for (std::uint32_t i = 0; i < nodes; ++i) {
+            const std::uint32_t next = nodeAt(memory, stride, node, 0);
+            mostOften = std::max(mostOften, ++jumps[(next - node) % nodes]);
+            ASSERT_EQ(next == 0, i == nodes - 1) << "after " << i << " links of " << nodes;
+            node = next;
+        }
+        // Poisson with a mean of 1: 3e-10 for more of one distance than that.
+        EXPECT_LE(mostOften, 12u) << nodes;
+    }
+}
+
+TEST(RandomListPattern, GoesOnWhereTheLastPassEnded) {
+    constexpr std::uint32_t stride = 2 * sizeof(void*), nodes = 3 * (1u << 17) + 12345;
+    const GuardedMemory memory(std::size_t{nodes} * stride, GuardedMemory::atEnd);
+    RandomListPattern pattern(stride);
+    WorkerResult results;
+    PatternState state{};
+    ASSERT_EQ(pattern.prepare(memory.begin(), nodes * stride, results, state), psOk);
+    EXPECT_EQ(state.count, nodes / 3);
+    std::uint32_t node = 0;
+    for (int pass = 0; pass < 3; ++pass) {
+        EXPECT_EQ(state.begin, memory.begin() + std::size_t{node} * stride) << pass;
+        EXPECT_GT(pattern.runPass(state), 0u);
+        for (std::uint32_t i = 0; i < state.count; ++i)
+            node = nodeAt(memory, stride, node, 0);
+    }
+    EXPECT_EQ(state.begin, memory.begin()) << "and round again";
+    std::byte buffer[64];
+    EXPECT_EQ(RandomListPattern(stride - 1).prepare(buffer, 64, results, state),
+              psInvalidParameters);
+    EXPECT_EQ(RandomListPattern(64).prepare(buffer, 63, results, state), psInvalidArray);
 }
 
 constexpr std::uint32_t wordSize = sizeof(std::uintptr_t), refused = UINT32_MAX;
