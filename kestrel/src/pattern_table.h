@@ -27,11 +27,15 @@ enum class ArrayUse {
     none,    ///< an array for each that the pattern does not look at
 };
 
+/// Which of the settings that describe a sweep make a difference to the pattern.
+enum class LooksAt { wordAndStride, stride, nothing };
+
 struct PatternRow {
     std::uint32_t id;
     std::string_view name;
     std::unique_ptr<IPattern> (*build)(const PatternParameters&);
     ArrayUse arrayUse;
+    LooksAt looksAt;
 
     /// One array serves all workers.
     [[nodiscard]] constexpr bool sharesArray() const {
