@@ -11,29 +11,30 @@
 
 namespace bench {
 
-/// One kernel over one size, and the best that was seen of it.
+/// One kernel over one size, and its samples.
 struct ArrayRow {
     const Kestrel::ArrayKernel* kernel;
     std::uint32_t stride;                        ///< bytes
     std::uint32_t size;                          ///< bytes of the array
     std::optional<double> limit = std::nullopt;  ///< bytes a cycle, where it is known
 
-    Samples ticks{}, cycles{};    ///< of one call
-    Samples cyclesOfOtherHalf{};  ///< what a call over all takes more than one over half
+    Samples whole{};
+    Samples half{};  ///< the same calls over the first half of the array, where the row is short
 
+    /// 0 without samples.
     [[nodiscard]] double bytesPerSecond(double ticksPerSecond) const;
     [[nodiscard]] std::optional<double> bytesPerCycle() const;
 
-    /// Bytes a cycle without what a call costs however short it is: the difference between calls
-    /// over the array and over its first half, sample by sample, the median. Nothing for calls that
-    /// are long anyway.
+    /// Bytes a cycle without the fixed cost of a call: those of the second half of the array, in
+    /// the time that the whole takes beyond the first half. Nothing unless the row is short.
     [[nodiscard]] std::optional<double> netBytesPerCycle() const;
 
+    /// Whether the fixed cost of a call shows in its figure.
     [[nodiscard]] bool isShort() const;
     [[nodiscard]] std::uint64_t bytesPerCall(std::uint32_t ofSize) const;
 };
 
-/// Takes one short sample of the row over the start of `memory`.
+/// Takes one sample of the row over the start of `memory`.
 void sampleArray(ArrayRow& row, std::span<std::byte> memory, double ticksPerSecond);
 
 }  // namespace bench

@@ -12,16 +12,12 @@ using Kestrel::FlopKernel;
 
 struct Row {
     const FlopKernel* kernel;
-    Samples ticks{}, cycles{};  ///< of one call
+    Samples samples{};
 };
 
-/// About 50 microseconds' worth of instructions where two start each cycle.
+/// For about 20 microseconds where two instructions start each cycle.
 std::uint32_t loopsOf(const FlopKernel& kernel) {
-    return 320000 / kernel.instructionsPerLoop;
-}
-
-std::uint32_t registerWidth(const FlopKernel& kernel) {
-    return kernel.lanes * (kernel.precision == Kestrel::fp_single ? 4 : 8);
+    return 128000 / kernel.instructionsPerLoop;
 }
 
 class FlopTable : public Table {
@@ -39,10 +35,8 @@ class FlopTable : public Table {
     void sample() override {
         for (Row& row : all) {
             const std::uint32_t loops = loopsOf(*row.kernel);
-            const Sample sample =
-                sampleCalls(context.ticksPerSecond, [&] { return row.kernel->run(loops); });
-            row.ticks.add(sample.ticksPerCall);
-            row.cycles.add(sample.cyclesPerCall);
+            row.samples.add(
+                sampleCalls(context.ticksPerSecond, [&] { return row.kernel->run(loops); }));
         }
     }
     [[nodiscard]] nlohmann::ordered_json rows() const override {
@@ -52,28 +46,34 @@ class FlopTable : public Table {
             const double instructions =
                 static_cast<double>(loopsOf(kernel)) * kernel.instructionsPerLoop;
             const double operations = instructions * kernel.flopsPerInstruction();
-            const auto rate = [](double work, double time) {
-                return time != 0 ? std::optional(work / time) : std::nullopt;
-            };
-            const auto reached = rate(instructions, row.cycles.best());
-            const auto limit = context.limits
-                                   ? context.limits->instructionsPerCycle(
-                                         registerWidth(kernel), kernel.operation == Kestrel::fo_add)
-                                   : std::nullopt;
-            const auto share =
-                limit && reached ? std::optional(100 * *reached / *limit) : std::nullopt;
+            const double cycles = row.samples.bestCycles();
+            const auto limit = limitOf(kernel);
             shown.push_back({{"kernel", kernel.name},
-                             {"instr/cycle", numberOrNull(reached)},
-                             {"op/cycle", numberOrNull(rate(operations, row.cycles.best()))},
+                             {"instr/cycle", numberOrNull(ratio(instructions, cycles))},
+                             {"op/cycle", numberOrNull(ratio(operations, cycles))},
                              {"limit", numberOrNull(limit)},
-                             {"share %", numberOrNull(share)},
-                             {"Gop/s", numberOrNull(rate(operations * context.ticksPerSecond / 1e9,
-                                                         row.ticks.best()))}});
+                             {"share %", shareOf(ratio(instructions, cycles), limit)},
+                             {"Gop/s", numberOrNull(ratio(operations * context.ticksPerSecond / 1e9,
+                                                          row.samples.bestTicks()))}});
         }
         return shown;
     }
 
   private:
+    [[nodiscard]] std::optional<double> limitOf(const FlopKernel& kernel) const {
+        if (!context.limits)
+            return std::nullopt;
+        const std::uint32_t width = kernel.lanes * (kernel.precision == Kestrel::fp_single ? 4 : 8);
+        switch (kernel.operation) {
+            case Kestrel::fo_add:
+                return context.limits->additions.of(width);
+            case Kestrel::fo_mul:
+            case Kestrel::fo_fma:
+                return context.limits->multiplications.of(width);
+        }
+        return std::nullopt;
+    }
+
     Context context;
     std::vector<Row> all;
 };

@@ -11,7 +11,8 @@
 #include <nlohmann/json.hpp>
 
 #include "peers.h"
-#include "processor_limits.h"
+#include "pin.h"
+#include "processor/identity.h"
 #include "table.h"
 #include "worker_impl/frequency.h"
 
@@ -23,13 +24,6 @@ struct Options {
     std::string jsonFile;
     bool peers = false;
 };
-
-bool pinTo(std::uint32_t cpu) {
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    CPU_SET(cpu, &set);
-    return sched_setaffinity(0, sizeof set, &set) == 0;
-}
 
 /// The memory of all tables, filled once, so that its pages exist.
 std::span<std::byte> mapMemory() {
@@ -55,10 +49,9 @@ void sampleInRounds(const Tables& tables, std::uint32_t rounds) {
         std::fprintf(stderr, "\r\x1b[K");
 }
 
-void writeJson(std::ostream& file, const Tables& tables, const bench::Processor& processor,
-               const bench::Context& context) {
+void writeJson(std::ostream& file, const Tables& tables, const bench::Context& context) {
     nlohmann::ordered_json all;
-    all["processor"] = processor.brand;
+    all["processor"] = processor::brandText();
     all["source of the limits"] =
         context.limits ? nlohmann::ordered_json(context.limits->source) : nlohmann::ordered_json();
     all["cpu"] = context.cpu;
@@ -70,24 +63,23 @@ void writeJson(std::ostream& file, const Tables& tables, const bench::Processor&
 }
 
 int runBenchmark(const Options& options) {
-    if (!pinTo(options.cpu))
+    if (!bench::pinThread(options.cpu))
         throw std::runtime_error("cannot pin to CPU " + std::to_string(options.cpu));
-    const bench::Processor processor = bench::thisProcessor();
     const bench::Context context{
         .cpu = options.cpu,
         .ticksPerSecond = static_cast<double>(Kestrel::measureFrequency()),
         .memory = mapMemory(),
-        .limits = processor.limits,
+        .limits = processor::limitsOf(processor::readSignature()),
     };
     std::printf("%s, CPU %u, %zu-bit build, counter at %.0f MHz\nlimits: %s\n",
-                processor.brand.c_str(), context.cpu, sizeof(void*) * 8,
+                processor::brandText().c_str(), context.cpu, sizeof(void*) * 8,
                 context.ticksPerSecond / 1e6,
                 context.limits ? context.limits->source : "unknown for this processor");
     if (options.peers) {
         bench::comparePeers(context.memory, context.ticksPerSecond);
         return 0;
     }
-    // Opened first: nobody wants to hear after a minute that the figures cannot be kept.
+    // Opened first: after a minute it is too late to say that the figures cannot be kept.
     std::ofstream json;
     if (!options.jsonFile.empty())
         json.open(options.jsonFile);
@@ -101,7 +93,7 @@ int runBenchmark(const Options& options) {
     for (const auto& table : tables)
         bench::print(*table);
     if (json.is_open())
-        writeJson(json, tables, processor, context);
+        writeJson(json, tables, context);
     if (!json)
         throw std::runtime_error("cannot write " + options.jsonFile);
     return 0;

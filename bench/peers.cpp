@@ -13,6 +13,7 @@
 
 #include "array_table.h"
 #include "kestrel/kernels.h"
+#include "table.h"
 
 namespace bench {
 namespace {
@@ -32,14 +33,13 @@ struct FlopWork {
 
 struct Peer {
     const char* name;
-    const char* command;     ///< a shell's; runs on the CPU that it is pinned to
+    const char* command;     ///< for the shell; runs on the CPU that this program is pinned to
     const char* expression;  ///< an extended POSIX expression whose first group is the figure
     double unit;             ///< of the figure, in bytes or operations a second
     std::variant<ArrayWork, FlopWork> work;
-    const char* counts;  ///< what the peer counts, and kestrel's kernel
+    const char* counts;  ///< what the peer and what kestrel's kernel counts
 };
 
-constexpr std::uint32_t kibibyte = 1024, mebibyte = 1024 * kibibyte;
 constexpr double mega = 1e6, giga = 1e9;
 
 #define LIKWID(test, size) "likwid-bench -t " test " -w S0:" size ":1 -s 1"
@@ -53,7 +53,7 @@ constexpr const char* streamCounts = "both count two loads and one store";
 constexpr const char* loadFlops =
     "both count operations; the peer also loads an operand for every few of them";
 
-// likwid-bench reads kB and MB as 1000 and 1000 000 bytes; the sizes below say the same in bytes.
+// For likwid-bench kB and MB are 1000 and 1000 000 bytes.
 const Peer peers[] = {
     {"likwid load_avx, 256 kB", LIKWID("load_avx", "256kB"), LIKWID_BYTES, mega,
      ArrayWork{ArrayShape::contiguous, 64, 256000}, bothCountLoads},
@@ -115,7 +115,7 @@ std::optional<double> findNumber(const std::string& text, const char* expression
     return std::stod(text.substr(static_cast<std::size_t>(groups[1].rm_so)));
 }
 
-/// Bytes a second of one turn, about as long as the peers' own runs need to be of use.
+/// Bytes a second of one turn.
 double ownRate(const ArrayWork& work, std::span<std::byte> memory, double ticksPerSecond) {
     const Kestrel::ArrayKernel* const kernel = Kestrel::findArrayKernel(work.shape, work.word);
     // Sizes in thousands of bytes: the last few do not fill a word of every quarter.
@@ -138,33 +138,24 @@ double ownRate(const FlopWork& work, std::span<std::byte> /*memory*/, double tic
     return best;
 }
 
-struct Figures {
-    std::vector<double> all;
-
-    [[nodiscard]] double best() const { return *std::ranges::max_element(all); }
-    [[nodiscard]] double median() const {
-        std::vector<double> sorted = all;
-        std::ranges::sort(sorted);
-        return (sorted[(sorted.size() - 1) / 2] + sorted[sorted.size() / 2]) / 2;
-    }
-};
-
 void compare(const Peer& peer, std::uint32_t turns, std::span<std::byte> memory,
              double ticksPerSecond) {
-    Figures own, others;
+    std::vector<double> own, others;
     for (std::uint32_t turn = 0; turn < turns; ++turn) {
-        own.all.push_back(std::visit(
+        own.push_back(std::visit(
             [&](const auto& work) { return ownRate(work, memory, ticksPerSecond); }, peer.work));
         const auto figure = findNumber(outputOf(peer.command), peer.expression);
         if (!figure) {
             std::printf("%-36s gave no figure\n", peer.name);
             return;
         }
-        others.all.push_back(*figure * peer.unit);
+        others.push_back(*figure * peer.unit);
     }
-    std::printf("%-36s %9.2f %9.2f %9.2f %9.2f %7.2f   %s\n", peer.name, own.best() / giga,
-                own.median() / giga, others.best() / giga, others.median() / giga,
-                own.best() / others.best(), peer.counts);
+    const double best = *std::ranges::max_element(own);
+    const double otherBest = *std::ranges::max_element(others);
+    std::printf("%-36s %9.2f %9.2f %9.2f %9.2f %7.2f   %s\n", peer.name, best / giga,
+                median(own) / giga, otherBest / giga, median(others) / giga, best / otherBest,
+                peer.counts);
     std::fflush(stdout);
 }
 

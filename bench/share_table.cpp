@@ -7,6 +7,7 @@
 
 #include "kernels/bracket.h"
 #include "kestrel/kernels.h"
+#include "pin.h"
 #include "sample.h"
 #include "table.h"
 
@@ -24,7 +25,7 @@ struct Row {
     Kernel run;
     const char* beside;
     std::uint32_t neighbourOffset;  ///< of the neighbour's slot; 0 where there is none
-    Samples cycles{};               ///< of one call
+    Samples samples{};
 };
 
 /// Adds to a slot of its own on another CPU for as long as it lives.
@@ -43,10 +44,7 @@ class Neighbour {
 
   private:
     void work(std::uint32_t cpu, std::byte* slot) {
-        cpu_set_t set;
-        CPU_ZERO(&set);
-        CPU_SET(cpu, &set);
-        sched_setaffinity(0, sizeof set, &set);
+        pinThread(cpu);
         running = true;
         while (!stop)
             kestrel___share_lms(slot, operations);
@@ -56,23 +54,17 @@ class Neighbour {
     std::thread thread;
 };
 
-/// A CPU that is not ours and that a thread can be pinned to.
+/// A CPU besides `own` that the calling thread, which is pinned to `own`, may run on.
 std::optional<std::uint32_t> otherCpu(std::uint32_t own) {
-    cpu_set_t before;
-    sched_getaffinity(0, sizeof before, &before);
     std::optional<std::uint32_t> found;
-    for (std::uint32_t cpu = 0; cpu < CPU_SETSIZE && !found; ++cpu) {
-        cpu_set_t one;
-        CPU_ZERO(&one);
-        CPU_SET(cpu, &one);
-        if (cpu != own && sched_setaffinity(0, sizeof one, &one) == 0)
+    for (std::uint32_t cpu = 0; cpu < CPU_SETSIZE && !found; ++cpu)
+        if (cpu != own && pinThread(cpu))
             found = cpu;
-    }
-    sched_setaffinity(0, sizeof before, &before);
+    pinThread(own);
     return found;
 }
 
-/// A loop of nothing but the plain instruction, which a share kernel alone is held against.
+/// The plain instruction in a loop: what a share kernel should reach without a neighbour.
 std::uint64_t plainAdd(std::byte* slot, std::uint32_t times) {
     return Kestrel::timed([=] {
         for (std::uint32_t i = times; i != 0; --i)
@@ -106,29 +98,27 @@ class ShareTable : public Table {
 
     [[nodiscard]] const char* name() const override { return "share"; }
     [[nodiscard]] const char* legend() const override {
-        return "core cycles an operation: the best alone, the median beside a worker on another "
-               "CPU, where there is one, since there luck is a sample without contention";
+        return "core cycles an operation: the best alone; beside a worker on another CPU, where "
+               "there is one, the median, since the best is a sample that met no contention";
     }
     void sample() override {
         for (Row& row : all) {
             std::optional<Neighbour> neighbour;
             if (row.neighbourOffset != 0)
                 neighbour.emplace(*other, context.memory.data() + row.neighbourOffset);
-            const Sample sample = sampleCalls(
-                context.ticksPerSecond, [&] { return row.run(context.memory.data(), operations); });
-            row.cycles.add(sample.cyclesPerCall);
+            row.samples.add(sampleCalls(context.ticksPerSecond, [&] {
+                return row.run(context.memory.data(), operations);
+            }));
         }
     }
     [[nodiscard]] nlohmann::ordered_json rows() const override {
         nlohmann::ordered_json shown = nlohmann::ordered_json::array();
         for (const Row& row : all) {
             const double cycles =
-                row.neighbourOffset != 0 ? row.cycles.median() : row.cycles.best();
-            const auto perOperation =
-                cycles != 0 ? std::optional(cycles / operations) : std::nullopt;
+                row.neighbourOffset != 0 ? row.samples.medianCycles() : row.samples.bestCycles();
             shown.push_back({{"kernel", row.kernel},
                              {"beside", row.beside},
-                             {"cycle/op", numberOrNull(perOperation)}});
+                             {"cycle/op", numberOrNull(ratio(cycles, operations))}});
         }
         return shown;
     }

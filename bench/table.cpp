@@ -9,6 +9,8 @@ namespace {
 
 using nlohmann::ordered_json;
 
+constexpr const char* exceeded = "limit exceeded";
+
 std::string cell(const ordered_json& value) {
     if (value.is_null())
         return "-";
@@ -16,7 +18,7 @@ std::string cell(const ordered_json& value) {
         return value.get<std::string>();
     if (!value.is_number_float())
         return value.dump();
-    // Three or four digits: more than the machine's own unrest would not mean anything.
+    // Three or four digits: the next one differs from run to run.
     const double number = value.get<double>();
     char text[32];
     std::snprintf(text, sizeof text, "%.*f", number < 10 ? 2 : 1, number);
@@ -49,10 +51,26 @@ void print(const Table& table) {
         }
         std::printf("\n");
     }
+    if (std::ranges::any_of(
+            rows, [](const auto& row) { return row.value("share %", ordered_json()) == exceeded; }))
+        std::printf("%s: the table of limits is wrong for these rows\n", exceeded);
 }
 
 ordered_json numberOrNull(const std::optional<double>& value) {
     return value ? ordered_json(*value) : ordered_json();
+}
+
+std::optional<double> ratio(double a, double b) {
+    return a > 0 && b > 0 ? std::optional(a / b) : std::nullopt;
+}
+
+ordered_json shareOf(const std::optional<double>& reached, const std::optional<double>& limit) {
+    constexpr double tolerance = 0.01;
+    if (!reached || !limit)
+        return {};
+    if (*reached > *limit * (1 + tolerance))
+        return exceeded;
+    return 100 * *reached / *limit;
 }
 
 }  // namespace bench
