@@ -3,7 +3,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "machine/json.h"
@@ -12,14 +11,17 @@
 
 /// The line once for each number of its list in braces.
 inline std::vector<std::string> repeated(const std::string& line) {
-    std::smatch list;
-    if (!std::regex_search(line, list, std::regex("\\{([0-9][0-9,-]*)\\}")))
+    const std::size_t open = line.find('{');
+    if (open == std::string::npos)
         return {line};
+    const std::size_t length = line.find('}', open) + 1 - open;
+    const auto numbers = machine::parseNumberList(line.substr(open + 1, length - 2));
     std::vector<std::string> lines;
-    const auto numbers = machine::parseNumberList(list[1].str());
-    for (const unsigned number : numbers.value())
-        lines.push_back(
-            std::regex_replace(line, std::regex("\\{[0-9,-]*\\}"), std::to_string(number)));
+    for (const unsigned number : numbers.value()) {
+        std::string& one = lines.emplace_back(line).replace(open, length, "{}");
+        for (std::size_t at; (at = one.find("{}")) != std::string::npos;)
+            one.replace(at, 2, std::to_string(number));
+    }
     return lines;
 }
 
