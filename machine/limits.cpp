@@ -55,28 +55,39 @@ std::optional<Group> ownGroup(const Sources& sources) {
     return group;
 }
 
-/// The lowest limit from the process's group up to the root of what it sees.
+/// The lowest limit of the groups around this process.
 std::optional<CpuQuota> gatherQuota(const Sources& sources) {
     const auto group = ownGroup(sources);
-    if (!group)
+    const std::vector<std::string> folders = cpuGroupFolders(sources);
+    if (folders.empty())
         return std::nullopt;
+    double limit = noLimit;
+    for (const std::string& folder : folders)
+        limit = std::min(limit, groupLimit(sources, folder, group->version2));
+    return limit == noLimit ? CpuQuota() : CpuQuota{.cpus = limit};
+}
+
+}  // namespace
+
+std::vector<std::string> cpuGroupFolders(const Sources& sources) {
+    const auto group = ownGroup(sources);
+    if (!group)
+        return {};
     const std::array<const char*, 2> mounts =
         group->version2 ? std::array{"/sys/fs/cgroup/unified", "/sys/fs/cgroup"}
                         : std::array{"/sys/fs/cgroup/cpu", "/sys/fs/cgroup/cpu,cpuacct"};
     for (const std::string mount : mounts) {
         if (namesIn(sources, mount).empty())
             continue;
-        double limit = noLimit;
+        std::vector<std::string> folders;
         std::filesystem::path path = group->path;
         for (; path.has_relative_path(); path = path.parent_path())
-            limit = std::min(limit, groupLimit(sources, mount + path.string(), group->version2));
-        limit = std::min(limit, groupLimit(sources, mount, group->version2));
-        return limit == noLimit ? CpuQuota() : CpuQuota{.cpus = limit};
+            folders.push_back(mount + path.string());
+        folders.push_back(mount);
+        return folders;
     }
-    return std::nullopt;
+    return {};
 }
-
-}  // namespace
 
 Limits gatherLimits(const Sources& sources) {
     Limits limits;

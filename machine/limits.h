@@ -2,6 +2,8 @@
 #pragma once
 
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "machine/number_list.h"
 #include "machine/sources.h"
@@ -20,6 +22,10 @@ struct Limits {
     std::optional<NumberList> nodes;  ///< by cpuset
     std::optional<CpuQuota> quota;
 };
+
+/// The folders of the control groups that may limit this process's CPU time, from its own to the
+/// root of what it sees; empty where none are seen.
+std::vector<std::string> cpuGroupFolders(const Sources& sources);
 
 /// `cpus` and `nodes` may name some that are not online: a cpuset does.
 Limits gatherLimits(const Sources& sources);

@@ -107,6 +107,10 @@ class Collector {
             point.unsupported = "nothing counts: kestrel or this processor cannot do it";
             return true;
         }
+        if (point.limitPerCycle && sample.detail.clockHz)
+            point.limit = std::max(point.limit.value_or(0),
+                                   *point.limitPerCycle * *sample.detail.clockHz *
+                                       static_cast<double>(point.parameters.cpus.size()));
         sample.detail.round = round;
         sample.detail.order = place;
         point.arrayBytes = sample.arrayBytes;

@@ -46,8 +46,9 @@ std::vector<Place> placesOf(const Ground& ground, const Choices& choices,
     const std::vector<Kestrel::PageKind> pages =
         choices.pages.empty() ? std::vector{Kestrel::pkSystem} : choices.pages;
     for (const auto& cpus : choices.cpus.empty() ? defaultCpus : choices.cpus) {
-        const std::vector<NumberList> nodes =
-            choices.nodes.empty() ? std::vector{ownNodes(ground, cpus)} : choices.nodes;
+        std::vector<NumberList> nodes = choices.nodes;
+        if (nodes.empty())
+            nodes.push_back(ownNodes(ground, cpus));
         for (const NumberList& set : nodes)
             for (const Kestrel::PageKind kind : pages)
                 places.push_back({cpus, set, kind});
@@ -180,7 +181,7 @@ NumberList memoryNodes(const Ground& ground) {
     NumberList nodes;
     for (const machine::Node& node : ground.facts.nodes)
         if (node.memoryBytes.value_or(1) != 0 && node.number < Kestrel::nodeBitCount &&
-            (!ground.facts.limits.nodes || contains(*ground.facts.limits.nodes, node.number)))
+            (!ground.facts.limits.nodes || machine::contains(*ground.facts.limits.nodes, node.number)))
             nodes.push_back(node.number);
     return nodes.empty() ? NumberList{0} : nodes;
 }
@@ -214,8 +215,6 @@ std::vector<Parameters> loadedPoints(const Ground& ground, const Choices& choice
     }
     return points;
 }
-
-std::vector<Parameters> everyPoint(const Ground& ground, const Choices& choices);
 
 constexpr auto plans = std::to_array<Plan>({
     {"hierarchy", "reads, stores and random loads by array size on one CPU, and what each level gives",

@@ -43,7 +43,7 @@ std::optional<Unit> unitNamed(std::string_view inFile) {
 const Kestrel::PatternRow& rowOf(const Parameters& parameters) {
     const Kestrel::PatternRow* const row = Kestrel::findPattern(parameters.pattern);
     if (row == nullptr)
-        throw std::invalid_argument("there is no pattern '" + parameters.pattern + "'");
+        throw std::runtime_error("there is no pattern '" + parameters.pattern + "'");
     return *row;
 }
 

@@ -17,13 +17,13 @@ namespace survey {
 /// A field that the pattern does not look at is empty, so that equal measurements have equal
 /// parameters.
 struct Parameters {
-    std::string pattern;
-    std::optional<std::uint64_t> sizeBytes;  ///< of each worker's array, or of the one they share
-    std::optional<std::uint32_t> wordBytes, strideBytes;
-    std::vector<unsigned> cpus;  ///< a worker on each, in this order
-    std::optional<machine::NumberList> nodes;
-    std::optional<Kestrel::PageKind> pages;
-    std::vector<unsigned> loadCpus;  ///< those that read from memory meanwhile
+    std::string pattern{};
+    std::optional<std::uint64_t> sizeBytes{};  ///< of each worker's array, or of the one they share
+    std::optional<std::uint32_t> wordBytes{}, strideBytes{};
+    std::vector<unsigned> cpus{};  ///< a worker on each, in this order
+    std::optional<machine::NumberList> nodes{};
+    std::optional<Kestrel::PageKind> pages{};
+    std::vector<unsigned> loadCpus{};  ///< those that read from memory meanwhile
 
     auto operator<=>(const Parameters&) const = default;
 };

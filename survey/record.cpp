@@ -119,6 +119,29 @@ Json toJson(const Point& it) {
             {"details", details}};
 }
 
+/// What the JSON library says, less its own name and number in brackets.
+std::string plain(const std::string& what) {
+    const std::size_t end = what.starts_with('[') ? what.find("] ") : std::string::npos;
+    return end != std::string::npos ? what.substr(end + 2) : what;
+}
+
+/// Reads each of an array's elements; what is wrong with one is told with its place.
+template <class Read>
+auto allFrom(const Json& json, const char* name, Read read) {
+    std::vector<decltype(read(json))> all;
+    for (const Json& element : json.at(name))
+        try {
+            all.push_back(read(element));
+        } catch (const nlohmann::json::exception& failure) {
+            throw std::runtime_error(std::string(name) + "[" + std::to_string(all.size()) +
+                                     "]: " + plain(failure.what()));
+        } catch (const std::runtime_error& failure) {
+            throw std::runtime_error(std::string(name) + "[" + std::to_string(all.size()) +
+                                     "]: " + failure.what());
+        }
+    return all;
+}
+
 /// With the file's word on what follows from the samples.
 Point pointFrom(const Json& json) {
     Point it;
@@ -137,12 +160,11 @@ Point pointFrom(const Json& json) {
         throw std::runtime_error("there is no verdict " + json.at("verdict").dump());
     it.verdict = *verdict;
     if (std::ranges::any_of(it.samples, [](double sample) { return !(sample > 0); }))
-        throw std::runtime_error("a sample of " + textOf(it.parameters) + " is not positive");
-    for (const Json& detail : json.value("details", Json::array()))
-        it.details.push_back(detailFrom(detail));
+        throw std::runtime_error("a sample is not positive");
+    if (json.contains("details"))
+        it.details = allFrom(json, "details", detailFrom);
     if (!it.details.empty() && it.details.size() != it.samples.size())
-        throw std::runtime_error("samples and details of " + textOf(it.parameters) +
-                                 " differ in number");
+        throw std::runtime_error("samples and details differ in number");
     return it;
 }
 
@@ -194,8 +216,7 @@ Session sessionFrom(const Json& json) {
     it.estimator = json.at("estimator").get<std::string>();
     it.facts = json.value("facts", Json());
     it.settings = json.value("settings", Json());
-    for (const Json& point : json.at("points"))
-        it.points.push_back(pointFrom(point));
+    it.points = allFrom(json, "points", pointFrom);
     return it;
 }
 
@@ -227,18 +248,11 @@ void checkSchema(const Json& json) {
 
 Survey surveyFrom(const Json& json) {
     checkSchema(json);
-    Survey it{.host = hostFrom(json.at("host")), .sessions = {}};
-    for (const Json& session : json.at("sessions"))
-        it.sessions.push_back(sessionFrom(session));
+    Survey it{.host = hostFrom(json.at("host")),
+              .sessions = allFrom(json, "sessions", sessionFrom)};
     if (it.sessions.empty())
         throw std::runtime_error("it holds no session");
     return it;
-}
-
-/// What the JSON library says, less its own name and number in brackets.
-std::string plain(const std::string& what) {
-    const std::size_t end = what.starts_with('[') ? what.find("] ") : std::string::npos;
-    return end != std::string::npos ? what.substr(end + 2) : what;
 }
 
 template <class Parse>
@@ -249,6 +263,8 @@ Survey parsed(Parse parse) {
         throw std::runtime_error("not a file of kestrel-survey: no whole JSON text");
     } catch (const nlohmann::json::exception& failure) {
         throw std::runtime_error("damaged: " + plain(failure.what()));
+    } catch (const std::invalid_argument& failure) {
+        throw std::runtime_error(std::string("damaged: ") + failure.what());
     }
 }
 
@@ -322,6 +338,10 @@ Survey readResults(const std::string& path) {
 
 void writeSurvey(const std::string& path, const Survey& survey) {
     replaceFile(path, textOf(survey));
+}
+
+Program thisProgram() {
+    return {.version = KESTREL_VERSION, .commit = KESTREL_COMMIT, .compiler = "g++ " __VERSION__};
 }
 
 }  // namespace survey

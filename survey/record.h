@@ -46,7 +46,8 @@ struct Point {
     std::string plan;  ///< the plan that it belongs to, "points" for a user's own
     Parameters parameters;
     std::uint64_t arrayBytes = 0;  ///< in whole pages; 0 where the pattern has no array
-    std::optional<double> limit;   ///< what the units of the core allow, in the point's unit
+    std::optional<double> limit;   ///< what the units of the cores allow, in the point's unit
+    std::optional<double> limitPerCycle;  ///< of one worker; while measuring, not in the file
     std::string unsupported;       ///< why it cannot be measured here; empty where it can
     std::vector<double> samples;   ///< in the point's unit
     std::vector<Detail> details;   ///< one for each sample; left out where only results are read

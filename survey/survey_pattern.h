@@ -21,6 +21,9 @@ class WarmedPattern : public Kestrel::BenchmarkBasePattern {
     void finish(const Kestrel::PatternState& state, Kestrel::WorkerResult& results) override;
     std::uint32_t iterationsPerPass() override { return steps.iterationsPerPass(); }
 
+    /// kestrel's own.
+    [[nodiscard]] const Kestrel::BenchmarkBasePattern& inner() const { return steps; }
+
   private:
     std::unique_ptr<Kestrel::IPattern> owned;
     Kestrel::BenchmarkBasePattern& steps;

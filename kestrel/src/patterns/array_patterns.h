@@ -31,6 +31,9 @@ class ArrayLPattern : public BenchmarkBasePattern {
     void finish(const PatternState& state, WorkerResult& results) override;
     std::uint32_t iterationsPerPass() override;
 
+    /// The row of the kernel that its passes call; null where there is none and nothing counts.
+    [[nodiscard]] const ArrayKernel* kernelRow() const { return kernel; }
+
   protected:
     ArrayLPattern(ArrayShape shape, std::uint32_t wordCode, std::uint32_t stride,
                   std::uint32_t repeat);
@@ -38,7 +41,7 @@ class ArrayLPattern : public BenchmarkBasePattern {
     std::uint32_t wordCode;
     std::uint32_t stride;
     std::uint32_t repeat;
-    const ArrayKernel* kernel;  ///< its row of the list; null where there is none
+    const ArrayKernel* kernel;
 };
 
 /// Contiguous sweeps of three quarters of the array: two are read, one is written. Words of 8

@@ -28,8 +28,11 @@ class FlopPattern : public BenchmarkBasePattern {
     std::uint64_t runPass(PatternState& state) override;
     void finish(const PatternState& state, WorkerResult& results) override;
 
+    /// The row of the kernel that its passes call; null where there is none.
+    [[nodiscard]] const FlopKernel* kernelRow() const { return kernel; }
+
   private:
-    const FlopKernel* kernel;  ///< its row of the list; null where there is none
+    const FlopKernel* kernel;
     std::uint32_t loopCount;
 };
 

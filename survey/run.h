@@ -1,0 +1,36 @@
+/// kestrel-survey run.
+#pragma once
+
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include "survey/collect.h"
+#include "survey/plan.h"
+
+namespace survey {
+
+/// What the command line said.
+struct RunOrder {
+    std::string plan = "hierarchy";
+    Choices choices;
+    std::optional<unsigned> rounds;
+    std::optional<double> budgetSeconds;
+    SampleTimes times;
+    std::optional<std::uint64_t> seed;
+    std::string label, hostName, command;
+    std::string output, append, resume;  ///< files; one of them at most
+    bool dryRun = false, progressLines = false;
+};
+
+/// What the user asked for does not exist here; said before anything is measured.
+class UsageError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Measures and writes; the tables go to `out`. Returns the exit status: 0; 3 where nothing could be
+/// measured or the file not be written; 130 and 143 after SIGINT and SIGTERM. Throws UsageError and
+/// FileError before anything is measured.
+int run(const RunOrder& order, std::ostream& out);
+
+}  // namespace survey
