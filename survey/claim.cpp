@@ -27,7 +27,8 @@ std::optional<unsigned> Claim::take(const std::vector<unsigned>& cpus) {
         // A zero byte first: the name is no file's.
         const std::string name = "kestrel-survey on CPU " + std::to_string(cpu);
         std::memcpy(address.sun_path + 1, name.data(), name.size());
-        const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+        const auto length =
+            static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
         if (bind(made, reinterpret_cast<const sockaddr*>(&address), length) != 0 &&
             errno == EADDRINUSE)
             return cpu;

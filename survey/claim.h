@@ -15,8 +15,8 @@ class Claim {
     Claim(const Claim&) = delete;
     Claim& operator=(const Claim&) = delete;
 
-    /// The first of the CPUs that another survey has claimed; nothing where all are now ours (or the
-    /// kernel has no such sockets).
+    /// The first of the CPUs that another survey has claimed; nothing where all are now ours (or
+    /// the kernel has no such sockets).
     std::optional<unsigned> take(const std::vector<unsigned>& cpus);
 
   private:

@@ -10,8 +10,8 @@
 namespace survey {
 namespace {
 
-/// The numbers below `count` in a random order. Written out, as the library's own may differ from one
-/// to the next, and a seed should mean the same order everywhere.
+/// The numbers below `count` in a random order. Written out, as the library's own may differ from
+/// one to the next, and a seed should mean the same order everywhere.
 std::vector<std::size_t> shuffled(std::size_t count, std::uint64_t seed) {
     std::vector<std::size_t> order(count);
     std::iota(order.begin(), order.end(), std::size_t{0});
@@ -34,13 +34,13 @@ class Collector {
         for (unsigned round = 1; round <= session.rounds; ++round)
             if (!takeRound(round, pointsThatLack(round)))
                 return false;
-        for (unsigned round = session.rounds + 1; round <= mostSamples; ++round) {
-            const auto noisy = noisyPoints(round);
-            if (noisy.empty())
-                break;
-            if (!fitsBudget(noisy) || !takeRound(round, noisy))
-                return !stopped();
-        }
+        // Samples beyond the rounds may take a quarter of the time that the rounds took.
+        double end = secondsSoFar() * 1.25;
+        if (how.budgetSeconds)
+            end = std::min(end, *how.budgetSeconds);
+        for (unsigned round = session.rounds + 1; round <= mostSamples; ++round)
+            if (!takeRound(round, affordable(noisyPoints(round), end - secondsSoFar())))
+                return false;
         return true;
     }
 
@@ -74,8 +74,18 @@ class Collector {
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     }
 
-    [[nodiscard]] bool fitsBudget(const std::vector<std::size_t>& points) const {
-        return !how.budgetSeconds || secondsSoFar() + secondsOf(points) <= *how.budgetSeconds;
+    /// Those that fit into so much time, the quickest first.
+    [[nodiscard]] std::vector<std::size_t> affordable(std::vector<std::size_t> points,
+                                                      double seconds) const {
+        const auto cost = [&](std::size_t i) {
+            return meter.expectedSeconds(session.points[i].parameters);
+        };
+        std::ranges::stable_sort(points, {}, cost);
+        std::size_t count = 0;
+        for (; count < points.size() && seconds >= cost(points[count]); ++count)
+            seconds -= cost(points[count]);
+        points.resize(count);
+        return points;
     }
 
     bool takeRound(unsigned round, const std::vector<std::size_t>& points) {
@@ -130,8 +140,8 @@ class Collector {
             left += meter.expectedSeconds(session.points[points[order[i]]].parameters);
         const std::size_t all = done + points.size() - place + laterRounds * points.size();
         listener.sampling(session.points[points[order[place]]], done, all, left,
-                          static_cast<std::size_t>(std::ranges::count(
-                              session.points, Verdict::noisy, &Point::verdict)));
+                          static_cast<std::size_t>(
+                              std::ranges::count(session.points, Verdict::noisy, &Point::verdict)));
     }
 
     Session& session;

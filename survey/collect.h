@@ -22,7 +22,8 @@ struct Collecting {
 
 /// Called beside the measurement; all of them may be empty.
 struct Listener {
-    /// Before each sample: the point, samples done and to be done, seconds left, noisy points so far.
+    /// Before each sample: the point, samples done and to be done, seconds left, noisy points so
+    /// far.
     std::function<void(const Point& point, std::size_t done, std::size_t all, double secondsLeft,
                        std::size_t noisy)>
         sampling;

@@ -141,7 +141,8 @@ Evidence EvidenceSpan::end() const {
     put(evidence, "involuntary_switches", largestGrowth(before.switches, after.switches));
     put(evidence, "page_faults", largestGrowth(before.faults, after.faults));
     put(evidence, "throttled_share", growth(before.throttled, after.throttled), microseconds);
-    put(evidence, "cpu_pressure_share", growth(before.cpuPressure, after.cpuPressure), microseconds);
+    put(evidence, "cpu_pressure_share", growth(before.cpuPressure, after.cpuPressure),
+        microseconds);
     put(evidence, "memory_pressure_share", growth(before.memoryPressure, after.memoryPressure),
         microseconds);
     put(evidence, "heat_throttles", growth(before.heatThrottles, after.heatThrottles));

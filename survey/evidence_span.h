@@ -14,8 +14,8 @@ namespace survey {
 
 /// Whose disturbance is looked for.
 struct Watched {
-    std::vector<unsigned> cpus;  ///< of the workers that are measured
-    std::vector<long> threads;   ///< the kernel's ids of these workers
+    std::vector<unsigned> cpus;           ///< of the workers that are measured
+    std::vector<long> threads;            ///< the kernel's ids of these workers
     std::vector<unsigned> busyOnPurpose;  ///< CPUs of workers that are there to disturb
 };
 
@@ -44,7 +44,7 @@ class EvidenceSpan {
     void addCpuTimes(const Reading& after, double sharePerTick, Evidence& evidence) const;
 
     Watched watched;
-    std::vector<unsigned> siblings;  ///< other CPUs of the workers' cores
+    std::vector<unsigned> siblings;   ///< other CPUs of the workers' cores
     std::vector<std::string> groups;  ///< folders of the control groups that limit CPU time
     Reading before;
 };

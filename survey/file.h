@@ -17,8 +17,8 @@ class FileError : public std::runtime_error {
 std::string readFile(const std::string& path);
 
 /// Writes the text to a temporary file beside `path`, which then takes its name, so that whoever
-/// looks sees the old text or the new one. A symbolic link stays one. Throws FileError; then nothing
-/// is left behind and what stood at `path` stands there still.
+/// looks sees the old text or the new one. A symbolic link stays one. Throws FileError; then
+/// nothing is left behind and what stood at `path` stands there still.
 void replaceFile(const std::string& path, const std::string& text);
 
 }  // namespace survey

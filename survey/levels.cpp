@@ -39,7 +39,8 @@ std::vector<LevelSize> levelSizes(const Json& facts, unsigned cpu) {
     if (const auto caches = facts.find("caches"); caches != facts.end())
         for (const Json& cache : *caches) {
             const auto cpus = cache.value("cpus", Json());
-            const auto list = machine::parseNumberList(cpus.is_string() ? cpus.get<std::string>() : "");
+            const auto list =
+                machine::parseNumberList(cpus.is_string() ? cpus.get<std::string>() : "");
             const bool ofThisCpu = !list || list->empty() || machine::contains(*list, cpu);
             if (ofThisCpu && cache.value("type", "") != "instruction" &&
                 cache.value("size_bytes", Json()).is_number())

@@ -95,7 +95,10 @@ double parseSpan(const std::string& text) {
         end = 0;
     }
     const std::string unit = text.substr(end);
-    const double scale = unit.empty() || unit == "s" ? 1 : unit == "m" ? 60 : unit == "h" ? 3600 : 0;
+    const double scale = unit.empty() || unit == "s" ? 1
+                         : unit == "m"               ? 60
+                         : unit == "h"               ? 3600
+                                                     : 0;
     if (end == 0 || scale == 0 || !(number > 0))
         throw UsageError("--budget: '" + text + "' is not a span such as 90s, 5m or 1h");
     return number * scale;
@@ -112,20 +115,25 @@ void addRun(CLI::App& app, survey::RunOrder& order, RunTexts& texts) {
     for (const survey::Plan& plan : survey::allPlans())
         plans.append("\n  ").append(plan.name).append(": ").append(plan.text);
     app.add_option("plan", order.plan, plans)->capture_default_str();
-    app.add_option("--pattern", texts.pattern, "points of your own: patterns of kestrel, as in a-l,l-r");
-    app.add_option("--size", texts.size, "array sizes: 16K,8M; 4K-1M doubles, 4K-1M/2 has two an octave");
+    app.add_option("--pattern", texts.pattern,
+                   "points of your own: patterns of kestrel, as in a-l,l-r");
+    app.add_option("--size", texts.size,
+                   "array sizes: 16K,8M; 4K-1M doubles, 4K-1M/2 has two an octave");
     app.add_option("--word", texts.word, "word sizes in bytes: 8,16,32,64");
     app.add_option("--stride", texts.stride, "strides in bytes; 0 is the word");
     app.add_option("--pages", texts.pages, "page kinds: system,4K,2M,1G");
-    app.add_option("--cpu", texts.cpus, "CPUs that work together, as in 0,2-3; again for another set")
+    app.add_option("--cpu", texts.cpus,
+                   "CPUs that work together, as in 0,2-3; again for another set")
         ->allow_extra_args(false);
     app.add_option("--node", texts.nodes, "nodes to spread memory over; again for another set")
         ->allow_extra_args(false);
-    app.add_flag("--all", order.choices.allPairs, "sharing: all pairs of CPUs, not one of each class");
+    app.add_flag("--all", order.choices.allPairs,
+                 "sharing: all pairs of CPUs, not one of each class");
     app.add_option("--rounds", order.rounds, "samples of each point at least (5)")
         ->check(CLI::Range(1, 1000));
     app.add_option_function<unsigned>(
-           "--sample", [&order](unsigned ms) { order.times.measured = std::chrono::milliseconds(ms); },
+           "--sample",
+           [&order](unsigned ms) { order.times.measured = std::chrono::milliseconds(ms); },
            "milliseconds that a sample takes at least (60)")
         ->check(CLI::Range(1, 60000));
     app.add_option("--budget", texts.budget, "time that it may take: 90s, 5m, 1h");
@@ -193,13 +201,14 @@ int parseAndRun(int argc, char** argv) {
     CLI::App app("A machine's memory and arithmetic in a minute, each figure with its trust.",
                  "kestrel-survey");
     app.require_subcommand(1);
-    app.set_version_flag("--version", survey::thisProgram().version + " (" +
-                                          survey::thisProgram().commit + ")");
+    app.set_version_flag("--version",
+                         survey::thisProgram().version + " (" + survey::thisProgram().commit + ")");
     survey::RunOrder order;
     RunTexts texts;
     CLI::App* const run = app.add_subcommand("run", "measure");
     addRun(*run, order, texts);
-    CLI::App* const checking = app.add_subcommand("check", "how the machine is set up for measuring");
+    CLI::App* const checking =
+        app.add_subcommand("check", "how the machine is set up for measuring");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& failure) {
@@ -211,8 +220,9 @@ int parseAndRun(int argc, char** argv) {
         return check(std::cout);
     readTexts(texts, order);
     if (order.choices.hasPoints() && run->count("plan") != 0)
-        throw UsageError("a plan and points of your own (--pattern, --size, --word, --stride) "
-                         "exclude each other");
+        throw UsageError(
+            "a plan and points of your own (--pattern, --size, --word, --stride) "
+            "exclude each other");
     order.command = commandLine(argc, argv);
     return survey::run(order, std::cout);
 }

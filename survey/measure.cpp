@@ -45,13 +45,13 @@ struct Team {
         unsigned long nodes = 0;
         for (const unsigned node : parameters.nodes.value_or(machine::NumberList{}))
             nodes |= 1ul << node;
-        crew = std::make_unique<Kestrel::Crew>(Kestrel::CrewOrder{
-            .pattern = pattern.get(),
-            .cpus = parameters.cpus,
-            .arraySize = arraySizeOf(parameters),
-            .sharedArray = rowOf(parameters).sharesArray(),
-            .nodes = nodes != 0 ? nodes : 1,
-            .pages = parameters.pages.value_or(Kestrel::pkSystem)});
+        crew = std::make_unique<Kestrel::Crew>(
+            Kestrel::CrewOrder{.pattern = pattern.get(),
+                               .cpus = parameters.cpus,
+                               .arraySize = arraySizeOf(parameters),
+                               .sharedArray = rowOf(parameters).sharesArray(),
+                               .nodes = nodes != 0 ? nodes : 1,
+                               .pages = parameters.pages.value_or(Kestrel::pkSystem)});
         failure = reasonOf(crew->assemble(), parameters);
     }
 
@@ -159,9 +159,9 @@ void addPlacement(const Team& team, const Parameters& parameters, Evidence& evid
             static_cast<double>(placement.elsewhere(nodes)) / static_cast<double>(present);
 }
 
-/// Caches beyond the first level pick a line's place by its physical address. An array of small pages
-/// that nearly fills one loses lines or not, depending on which pages the kernel gave it: on a 2 MiB
-/// cache 1.5 MiB varied by 14 % from mapping to mapping, and by 0.3 % on one mapping.
+/// Caches beyond the first level pick a line's place by its physical address. An array of small
+/// pages that nearly fills one loses lines or not, depending on which pages the kernel gave it: on
+/// a 2 MiB cache 1.5 MiB varied by 14 % from mapping to mapping, and by 0.3 % on one mapping.
 void addCacheEdge(const machine::Facts& facts, const Parameters& parameters, Evidence& evidence) {
     const auto pages = parameters.pages.value_or(Kestrel::pkSystem);
     if (!parameters.sizeBytes || pages == Kestrel::pk2M || pages == Kestrel::pk1G)
@@ -202,16 +202,18 @@ Meter::Known Meter::expected(const Parameters& parameters) const {
     constexpr double bytesPerSecond = 6e9, preparedPerSecond = 1.5e9, shortPass = 0.005;
     const double bytes = static_cast<double>(parameters.sizeBytes.value_or(0));
     const bool chase = unitOf(parameters) == Unit::secondsPerLoad;
-    return {.passSeconds = std::max(shortPass, chase ? 0.03 : bytes / bytesPerSecond),
-            .prepareSeconds = bytes * static_cast<double>(parameters.cpus.size()) / preparedPerSecond};
+    return {
+        .passSeconds = std::max(shortPass, chase ? 0.03 : bytes / bytesPerSecond),
+        .prepareSeconds = bytes * static_cast<double>(parameters.cpus.size()) / preparedPerSecond};
 }
 
 milliseconds Meter::measuredFor(const Parameters& parameters) const {
     // The pass under way when counting begins does not count, and passes may get slower.
     constexpr double inReserve = 2;
     const double passes = static_cast<double>(fewestPasses) + inReserve;
-    return std::max(times.measured, milliseconds(std::lround(
-                                        std::ceil(passes * expected(parameters).passSeconds * 1e3))));
+    return std::max(
+        times.measured,
+        milliseconds(std::lround(std::ceil(passes * expected(parameters).passSeconds * 1e3))));
 }
 
 double Meter::expectedSeconds(const Parameters& parameters) const {
@@ -266,8 +268,7 @@ std::variant<Sample, NoSample> Meter::takeOnce(const Parameters& parameters) {
     };
     all(&Kestrel::Crew::start);
     sleepFor(times.warmUp);
-    const EvidenceSpan span(ground.facts,
-                            {parameters.cpus, team.threads(), parameters.loadCpus});
+    const EvidenceSpan span(ground.facts, {parameters.cpus, team.threads(), parameters.loadCpus});
     all(&Kestrel::Crew::count);
     sleepFor(measuredFor(parameters));
     all(&Kestrel::Crew::stopCounting);

@@ -181,7 +181,8 @@ NumberList memoryNodes(const Ground& ground) {
     NumberList nodes;
     for (const machine::Node& node : ground.facts.nodes)
         if (node.memoryBytes.value_or(1) != 0 && node.number < Kestrel::nodeBitCount &&
-            (!ground.facts.limits.nodes || machine::contains(*ground.facts.limits.nodes, node.number)))
+            (!ground.facts.limits.nodes ||
+             machine::contains(*ground.facts.limits.nodes, node.number)))
             nodes.push_back(node.number);
     return nodes.empty() ? NumberList{0} : nodes;
 }
@@ -193,8 +194,10 @@ std::vector<Parameters> nodesPoints(const Ground& ground, const Choices& choices
         for (const unsigned memoryNode : memoryNodes(ground))
             for (const Kestrel::PageKind kind : pages) {
                 const NumberList nodes{memoryNode};
-                points.push_back(pointAt({cpus, nodes, kind}, "a-l", memorySize(ground, cpus.size())));
-                points.push_back(pointAt({{cpus.front()}, nodes, kind}, "l-r", memorySize(ground, 1)));
+                points.push_back(
+                    pointAt({cpus, nodes, kind}, "a-l", memorySize(ground, cpus.size())));
+                points.push_back(
+                    pointAt({{cpus.front()}, nodes, kind}, "l-r", memorySize(ground, 1)));
             }
     return points;
 }
@@ -217,7 +220,8 @@ std::vector<Parameters> loadedPoints(const Ground& ground, const Choices& choice
 }
 
 constexpr auto plans = std::to_array<Plan>({
-    {"hierarchy", "reads, stores and random loads by array size on one CPU, and what each level gives",
+    {"hierarchy",
+     "reads, stores and random loads by array size on one CPU, and what each level gives",
      hierarchyPoints},
     {"peak", "every floating-point kernel on one CPU and on all, and the roofline", peakPoints},
     {"scaling", "memory and second-level cache with 1, 2, 4, … all CPUs", scalingPoints},
@@ -294,7 +298,8 @@ std::vector<std::uint64_t> gridSizes(const Ground& ground, unsigned perOctave) {
 std::uint64_t memorySize(const Ground& ground, std::size_t arrays) {
     const std::uint64_t cache = ground.lastLevelBytes.value_or(64 * mebibyte);
     const std::uint64_t wanted = std::max<std::uint64_t>(4 * cache / arrays, 64 * mebibyte);
-    return std::bit_floor(std::clamp<std::uint64_t>(ground.largestArray / arrays, mebibyte, wanted));
+    return std::bit_floor(
+        std::clamp<std::uint64_t>(ground.largestArray / arrays, mebibyte, wanted));
 }
 
 std::vector<PlannedPoint> pointsOf(std::string_view plan, const Ground& ground,

@@ -19,9 +19,9 @@ struct Choices {
     std::vector<std::uint64_t> sizes;
     std::vector<std::uint32_t> words, strides;
     std::vector<Kestrel::PageKind> pages;
-    std::vector<std::vector<unsigned>> cpus;   ///< each a set that works together
-    std::vector<machine::NumberList> nodes;    ///< each a set over which memory is interleaved
-    bool allPairs = false;                     ///< of CPUs, not one of each class
+    std::vector<std::vector<unsigned>> cpus;  ///< each a set that works together
+    std::vector<machine::NumberList> nodes;   ///< each a set over which memory is interleaved
+    bool allPairs = false;                    ///< of CPUs, not one of each class
 
     [[nodiscard]] bool hasPoints() const {
         return !patterns.empty() || !sizes.empty() || !words.empty() || !strides.empty();
@@ -53,8 +53,8 @@ struct Plan {
 std::span<const Plan> allPlans();
 const Plan* findPlan(std::string_view name);
 
-/// The points of a plan ("all" has those of every plan), or of one's own where the choices have any,
-/// equal ones merged, in the plan's order.
+/// The points of a plan ("all" has those of every plan), or of one's own where the choices have
+/// any, equal ones merged, in the plan's order.
 std::vector<PlannedPoint> pointsOf(std::string_view plan, const Ground& ground,
                                    const Choices& choices);
 

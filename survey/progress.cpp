@@ -20,7 +20,9 @@ std::size_t columns() {
 }  // namespace
 
 Progress::Progress(bool lines)
-    : terminal(isatty(STDERR_FILENO) != 0), lines(lines), lastLine(std::chrono::steady_clock::now()) {}
+    : terminal(isatty(STDERR_FILENO) != 0),
+      lines(lines),
+      lastLine(std::chrono::steady_clock::now()) {}
 
 Progress::~Progress() {
     clear();
@@ -28,14 +30,14 @@ Progress::~Progress() {
 
 void Progress::show(const std::string& point, std::size_t done, std::size_t all, double secondsLeft,
                     std::size_t noisy) {
-    const std::string facts = std::to_string(done) + " of " + std::to_string(all) + " samples, " +
-                              spanText(secondsLeft) + " left" +
-                              (noisy != 0 ? ", " + std::to_string(noisy) + " noisy so far" : "") +
-                              ": " + point;
+    const std::string facts =
+        std::to_string(done) + " of " + std::to_string(all) + " samples, " + spanText(secondsLeft) +
+        " left" + (noisy != 0 ? ", " + std::to_string(noisy) + " noisy so far" : "") + ": " + point;
     if (terminal) {
         constexpr std::size_t bar = 20;
         const std::size_t full = all != 0 ? done * bar / all : 0;
-        std::string line = "[" + std::string(full, '#') + std::string(bar - full, '.') + "] " + facts;
+        std::string line =
+            "[" + std::string(full, '#') + std::string(bar - full, '.') + "] " + facts;
         line.resize(std::min(line.size(), columns() - 1));
         std::fprintf(stderr, "\r%s\x1b[K", line.c_str());
         drawn = true;

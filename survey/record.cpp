@@ -237,7 +237,9 @@ Host hostFrom(const Json& json) {
 }
 
 void checkSchema(const Json& json) {
-    const std::string schema = json.is_object() ? json.value("schema", "") : "";
+    const auto found = json.is_object() ? json.find("schema") : json.end();
+    const std::string schema =
+        found != json.end() && found->is_string() ? found->get<std::string>() : "";
     const std::string family = "kestrel-survey/";
     if (!schema.starts_with(family))
         throw std::runtime_error("not a file of kestrel-survey");

@@ -32,7 +32,7 @@ struct Detail {
     unsigned round = 0;   ///< from 1
     unsigned order = 0;   ///< place in its round, from 1
     std::vector<WorkerWork> workers;
-    std::optional<double> clockHz;            ///< the core's, right after; the slowest of several
+    std::optional<double> clockHz;             ///< the core's, right after; the slowest of several
     std::optional<double> loadBytesPerSecond;  ///< what the readers beside it obtained together
     Evidence evidence;
 
@@ -48,9 +48,9 @@ struct Point {
     std::uint64_t arrayBytes = 0;  ///< in whole pages; 0 where the pattern has no array
     std::optional<double> limit;   ///< what the units of the cores allow, in the point's unit
     std::optional<double> limitPerCycle;  ///< of one worker; while measuring, not in the file
-    std::string unsupported;       ///< why it cannot be measured here; empty where it can
-    std::vector<double> samples;   ///< in the point's unit
-    std::vector<Detail> details;   ///< one for each sample; left out where only results are read
+    std::string unsupported;              ///< why it cannot be measured here; empty where it can
+    std::vector<double> samples;          ///< in the point's unit
+    std::vector<Detail> details;  ///< one for each sample; left out where only results are read
 
     // What follows from the above: judge fills it in.
     Summary summary;
@@ -107,8 +107,9 @@ Survey parseSurvey(const std::string& text);
 
 /// Throw FileError.
 Survey readSurvey(const std::string& path);
-/// For who reads many files: without facts, settings and the samples' details, which are nine tenths
-/// of a file. Figures are computed from the samples; what only the details show is the file's word.
+/// For who reads many files: without facts, settings and the samples' details, which are nine
+/// tenths of a file. Figures are computed from the samples; what only the details show is the
+/// file's word.
 Survey readResults(const std::string& path);
 void writeSurvey(const std::string& path, const Survey& survey);
 

@@ -41,12 +41,12 @@ std::string randomId() {
 }
 
 Host hostOf(const machine::Facts& facts, const std::string& name) {
-    return {.name = name.empty() ? facts.system.hostName.value_or("unknown")
-                                 : machine::validText(name),
-            .processor = facts.processor.name.value_or("unknown"),
-            .cpus = facts.topology.cpus.size(),
-            .packages = facts.topology.packages.value_or(0),
-            .memoryBytes = facts.memory.totalBytes.value_or(0)};
+    return {
+        .name = name.empty() ? facts.system.hostName.value_or("unknown") : machine::validText(name),
+        .processor = facts.processor.name.value_or("unknown"),
+        .cpus = facts.topology.cpus.size(),
+        .packages = facts.topology.packages.value_or(0),
+        .memoryBytes = facts.memory.totalBytes.value_or(0)};
 }
 
 /// CPUs and nodes that were asked for and are not there, or not for this process.
@@ -213,14 +213,13 @@ bool measuredAnything(const Session& session) {
 /// Collects and saves; false where the file could not be written, which is said.
 bool collectAndSave(Session& session, Meter& meter, const RunOrder& order, Output& output) {
     Progress progress(order.progressLines);
-    const Listener listener{
-        .sampling =
-            [&](const Point& point, std::size_t done, std::size_t all, double left,
-                std::size_t noisy) {
-                progress.show(textOf(point.parameters), done, all, left, noisy);
-            },
-        .roundEnded = [&](const Session& so) { output.save(so); },
-        .stop = [] { return endedBy != 0; }};
+    const Listener listener{.sampling =
+                                [&](const Point& point, std::size_t done, std::size_t all,
+                                    double left, std::size_t noisy) {
+                                    progress.show(textOf(point.parameters), done, all, left, noisy);
+                                },
+                            .roundEnded = [&](const Session& so) { output.save(so); },
+                            .stop = [] { return endedBy != 0; }};
     try {
         session.complete = collect(
             session, meter,
@@ -241,6 +240,7 @@ bool collectAndSave(Session& session, Meter& meter, const RunOrder& order, Outpu
 }  // namespace
 
 int run(const RunOrder& order, std::ostream& out) {
+    catchSignals();
     const Ground ground = groundOf(machine::gatherFacts());
     const std::vector<PlannedPoint> planned = pointsOf(order.plan, ground, order.choices);
     checkPlaces(planned, ground);
@@ -268,7 +268,6 @@ int run(const RunOrder& order, std::ostream& out) {
         point.limitPerCycle = limitPerCycle(point.parameters, limits);
     Claim claim;
     claimCpus(claim, planned);
-    catchSignals();
     output.save(session);  // a file that cannot be written is found out now
 
     const bool saved = collectAndSave(session, meter, order, output);

@@ -28,9 +28,9 @@ class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Measures and writes; the tables go to `out`. Returns the exit status: 0; 3 where nothing could be
-/// measured or the file not be written; 130 and 143 after SIGINT and SIGTERM. Throws UsageError and
-/// FileError before anything is measured.
+/// Measures and writes; the tables go to `out`. Returns the exit status: 0; 3 where nothing could
+/// be measured or the file not be written; 130 and 143 after SIGINT and SIGTERM. Throws UsageError
+/// and FileError before anything is measured.
 int run(const RunOrder& order, std::ostream& out);
 
 }  // namespace survey

@@ -26,8 +26,8 @@ Setting governor(const machine::Facts& facts) {
                 "if this is a guest, its host decides about clocks"};
     std::string names;
     for (const machine::Governor& each : governors)
-        names += (names.empty() ? "" : ", ") + each.name + " on CPUs " +
-                 machine::listText(each.cpus);
+        names +=
+            (names.empty() ? "" : ", ") + each.name + " on CPUs " + machine::listText(each.cpus);
     const bool performance =
         std::ranges::all_of(governors, [](const auto& it) { return it.name == "performance"; });
     return {"governor", performance ? ok : warning, names,
@@ -37,12 +37,11 @@ Setting governor(const machine::Facts& facts) {
 Setting boost(const machine::Facts& facts) {
     if (!facts.power.boost)
         return {"boost", notKnown, unknownText, ""};
-    return *facts.power.boost
-               ? Setting{"boost", note, "on: clocks depend on load and temperature",
-                         "for figures that vary less: echo 0 > "
-                         "/sys/devices/system/cpu/cpufreq/boost, or echo 1 > "
-                         "/sys/devices/system/cpu/intel_pstate/no_turbo"}
-               : Setting{"boost", ok, "off", ""};
+    return *facts.power.boost ? Setting{"boost", note, "on: clocks depend on load and temperature",
+                                        "for figures that vary less: echo 0 > "
+                                        "/sys/devices/system/cpu/cpufreq/boost, or echo 1 > "
+                                        "/sys/devices/system/cpu/intel_pstate/no_turbo"}
+                              : Setting{"boost", ok, "off", ""};
 }
 
 Setting hugePages(const machine::Facts& facts) {
@@ -61,7 +60,8 @@ Setting balancing(const machine::Facts& facts) {
     const auto& on = facts.memory.numaBalancing;
     if (!on)
         return {"NUMA balancing", notKnown, unknownText, ""};
-    return *on ? Setting{"NUMA balancing", warning, "on: the kernel moves pages while they are used",
+    return *on ? Setting{"NUMA balancing", warning,
+                         "on: the kernel moves pages while they are used",
                          "sysctl kernel.numa_balancing=0"}
                : Setting{"NUMA balancing", ok, "off", ""};
 }
@@ -73,7 +73,8 @@ Setting cpuset(const machine::Facts& facts) {
     const auto allowed = machine::common(*facts.limits.cpus, online);
     if (allowed.size() == online.size())
         return {"cpuset", ok, "all CPUs that are online", ""};
-    return {"cpuset", note, "CPUs " + machine::listText(allowed) + " of " + machine::listText(online),
+    return {"cpuset", note,
+            "CPUs " + machine::listText(allowed) + " of " + machine::listText(online),
             "the others cannot be measured from here"};
 }
 
@@ -129,8 +130,7 @@ Setting hypervisor(const machine::Facts& facts) {
 /// Busy clock ticks of each CPU since boot.
 std::map<unsigned, std::uint64_t> busyTicks() {
     std::map<unsigned, std::uint64_t> busy;
-    const std::string stat =
-        machine::readFile(machine::thisMachine(), "/proc/stat").value_or("");
+    const std::string stat = machine::readFile(machine::thisMachine(), "/proc/stat").value_or("");
     for (std::string_view rest = stat; rest.starts_with("cpu");) {
         const auto fields = machine::words(machine::takeUntil(rest, '\n'));
         const auto cpu = machine::parseNumber(std::string_view(fields[0]).substr(3));
@@ -152,7 +152,8 @@ std::optional<machine::NumberList> busyCpus() {
     constexpr std::uint64_t fewTicks = 4;  // of 20
     machine::NumberList busy;
     for (const auto& [cpu, ticks] : after)
-        if (const auto old = before.find(cpu); old != before.end() && ticks - old->second > fewTicks)
+        if (const auto old = before.find(cpu);
+            old != before.end() && ticks - old->second > fewTicks)
             busy.push_back(cpu);
     return busy;
 }

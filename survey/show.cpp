@@ -84,11 +84,11 @@ std::vector<Column> columnsFor(const std::vector<const Point*>& points) {
     };
     std::vector<Column> columns;
     if (any(points, [](const Parameters& it) { return it.sizeBytes.has_value(); }))
-        columns.push_back(
-            {"size", parameter([](const Parameters& it) {
-                 return it.sizeBytes ? sizeText(*it.sizeBytes) : "";
-             })});
-    columns.push_back({"pattern", parameter([](const Parameters& it) { return it.pattern; }), true});
+        columns.push_back({"size", parameter([](const Parameters& it) {
+                               return it.sizeBytes ? sizeText(*it.sizeBytes) : "";
+                           })});
+    columns.push_back(
+        {"pattern", parameter([](const Parameters& it) { return it.pattern; }), true});
     if (any(points, [](const Parameters& it) { return it.wordBytes.has_value(); }))
         columns.push_back({"word", parameter([](const Parameters& it) {
                                return it.wordBytes ? std::to_string(*it.wordBytes) : "";
@@ -98,8 +98,7 @@ std::vector<Column> columnsFor(const std::vector<const Point*>& points) {
     });
     if (strided || differs(points, strideText))
         columns.push_back({"stride", parameter(strideText)});
-    columns.push_back(
-        {"CPUs", parameter([](const Parameters& it) { return cpusText(it.cpus); })});
+    columns.push_back({"CPUs", parameter([](const Parameters& it) { return cpusText(it.cpus); })});
     if (differs(points, nodesText))
         columns.push_back({"nodes", parameter(nodesText)});
     if (differs(points, pagesText))
@@ -223,8 +222,8 @@ std::string levelText(const Level& level, const std::string& pattern) {
 
 void showLevels(std::ostream& out, const Session& session) {
     for (const auto& [title, points] : hierarchies(session)) {
-        const auto levels = levelsOf(
-            levelSizes(session.facts, points.front()->parameters.cpus.front()), points);
+        const auto levels =
+            levelsOf(levelSizes(session.facts, points.front()->parameters.cpus.front()), points);
         std::vector<std::string> patterns;
         for (const Point* const point : points)
             if (std::ranges::find(patterns, point->parameters.pattern) == patterns.end())
@@ -239,9 +238,10 @@ void showLevels(std::ostream& out, const Session& session) {
             units += padded(std::string(textOf(unitOf({.pattern = pattern})).forPeople), 12, false);
         out << units << '\n';
         for (const Level& level : levels) {
-            std::string row = padded(
-                level.size.name + (level.size.bytes ? " (" + sizeText(*level.size.bytes) + ")" : ""),
-                18, true);
+            std::string row =
+                padded(level.size.name +
+                           (level.size.bytes ? " (" + sizeText(*level.size.bytes) + ")" : ""),
+                       18, true);
             for (const std::string& pattern : patterns)
                 row += padded(levelText(level, pattern), 12, false);
             out << row << '\n';

@@ -1,10 +1,9 @@
 #include "survey/statistics.h"
 
 #include <algorithm>
+#include <boost/math/distributions/binomial.hpp>
 #include <cmath>
 #include <numeric>
-
-#include <boost/math/distributions/binomial.hpp>
 
 namespace survey {
 namespace {

@@ -11,9 +11,9 @@ namespace survey {
 struct Summary {
     double value = 0;  ///< the headline
     double median = 0, min = 0, max = 0;
-    double cv = 0;              ///< coefficient of variation: standard deviation over mean
-    double low = 0, high = 0;   ///< the headline's interval
-    std::size_t count = 0;      ///< 0: there are no samples, and nothing else means anything
+    double cv = 0;             ///< coefficient of variation: standard deviation over mean
+    double low = 0, high = 0;  ///< the headline's interval
+    std::size_t count = 0;     ///< 0: there are no samples, and nothing else means anything
 
     /// Half of the interval's width, as a share of the headline.
     [[nodiscard]] double halfWidth() const { return value != 0 ? (high - low) / 2 / value : 0; }

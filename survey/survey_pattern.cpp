@@ -60,18 +60,20 @@ void WarmedPattern::finish(const Kestrel::PatternState& state, Kestrel::WorkerRe
 std::unique_ptr<WarmedPattern> makePattern(const Parameters& parameters) {
     const std::uint64_t size = std::max<std::uint64_t>(parameters.sizeBytes.value_or(0), 1);
     const std::uint64_t repeat = (longPassBytes + size - 1) / size;
-    return std::make_unique<WarmedPattern>(rowOf(parameters).build(
-        {.wordCode = wordCodeOf(parameters.wordBytes.value_or(Kestrel::wordSizes[0])),
-         .stride = parameters.strideBytes.value_or(0),
-         .repeat = static_cast<std::uint32_t>(std::min<std::uint64_t>(repeat, UINT32_MAX)),
-         .size = amountOf(parameters)}));
+    return std::make_unique<WarmedPattern>(
+        rowOf(parameters)
+            .build(
+                {.wordCode = wordCodeOf(parameters.wordBytes.value_or(Kestrel::wordSizes[0])),
+                 .stride = parameters.strideBytes.value_or(0),
+                 .repeat = static_cast<std::uint32_t>(std::min<std::uint64_t>(repeat, UINT32_MAX)),
+                 .size = amountOf(parameters)}));
 }
 
 std::uint32_t arraySizeOf(const Parameters& parameters) {
     switch (rowOf(parameters).arrayUse) {
         case ArrayUse::slots: {
-            const std::uint64_t slot = std::max<std::uint64_t>(
-                parameters.strideBytes.value_or(0), sizeof(std::uintptr_t));
+            const std::uint64_t slot =
+                std::max<std::uint64_t>(parameters.strideBytes.value_or(0), sizeof(std::uintptr_t));
             return static_cast<std::uint32_t>(
                 std::min<std::uint64_t>(slot * parameters.cpus.size(), UINT32_MAX));
         }

@@ -13,9 +13,14 @@ constexpr std::array<std::string_view, 4> verdictNames{"ok", "noisy", "invalid",
 std::string whyInvalid(const Point& point, const Session& session) {
     if (session.counterConstant == false)
         return "counter not constant";
-    for (const Detail& detail : point.details)
+    for (const Detail& detail : point.details) {
         if (detail.fewestPasses() < fewestPasses)
             return "too few passes";
+        // A figure must not bear the name of a node that it was not measured on.
+        if (const auto elsewhere = detail.evidence.find("pages_elsewhere_share");
+            elsewhere != detail.evidence.end() && elsewhere->second > 0)
+            return "pages elsewhere";
+    }
     if (!point.limit)
         return {};
     const double share = textOf(point.unit()).higherIsBetter ? point.summary.value / *point.limit

@@ -39,7 +39,7 @@ Words operator""_words(const char* text, std::size_t length) {
 
 Outcome runProgram(const Words& arguments, const RunOptions& options) {
     Words command = options.emulator;
-    command.emplace_back(KESTREL_PROGRAM);
+    command.emplace_back(options.program);
     command.insert(command.end(), arguments.begin(), arguments.end());
     int ends[2], status = 0;
     EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);

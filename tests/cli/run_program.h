@@ -18,7 +18,8 @@ struct RunOptions {
     Words environment = {};            ///< "NAME=value", added to the test's own
     const char* outputFile = nullptr;  ///< standard output goes there; "" closes it
     Words emulator = {};               ///< a command to run the program with
-    unsigned limit = 60;               ///< seconds, after which SIGALRM ends the program
+    const char* program = KESTREL_PROGRAM;
+    unsigned limit = 60;  ///< seconds, after which SIGALRM ends the program
 };
 
 Outcome runProgram(const Words& arguments, const RunOptions& options = {});

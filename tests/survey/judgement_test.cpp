@@ -1,0 +1,129 @@
+// What numbers decide: statistics, verdicts, levels, and what a budget leaves.
+#include <gtest/gtest.h>
+
+#include "made_up.h"
+#include "survey/collect.h"
+#include "survey/levels.h"
+
+namespace survey {
+namespace {
+
+TEST(Statistics, TheIntervalLiesAsFarInsideAsItsCoverageAllows) {
+    for (const auto& [count, low] :
+         {std::pair<int, double>{1, 1}, {5, 1}, {8, 1}, {9, 2}, {12, 3}}) {
+        std::vector<double> samples;
+        for (int i = count; i > 0; --i)
+            samples.push_back(i);
+        const Summary summary = summarise(samples);
+        EXPECT_EQ(summary.low, low) << count;
+        EXPECT_EQ(summary.high, count + 1 - low) << count;
+        EXPECT_EQ(summary.value, (count + 1) / 2.0) << count;
+        EXPECT_EQ(summary.max, count);
+    }
+    EXPECT_EQ(summarise({}).count, 0u);
+    EXPECT_NEAR(summarise(std::vector<double>{9, 10, 11}).cv, 0.1, 1e-12);
+}
+
+/// The verdict and causes of five samples of a point, of which the first two have this evidence.
+std::string judged(const std::vector<double>& samples, const Evidence& ofTwo = {},
+                   const Evidence& ofAll = {}) {
+    Point point = madeUpPoint("a-l", 16384, samples);
+    for (std::size_t i = 0; i < point.details.size(); ++i) {
+        point.details[i].evidence = ofAll;
+        if (i < 2)
+            point.details[i].evidence.insert(ofTwo.begin(), ofTwo.end());
+    }
+    const Session session = madeUpSession({point});
+    std::string text(nameOf(session.points[0].verdict));
+    for (const std::string& cause : session.points[0].causes)
+        text += " " + cause;
+    return text;
+}
+
+TEST(Verdict, FollowsFromSamplesAndEvidence) {
+    const std::vector<double> narrow{100, 100.5, 101, 100, 100}, wide{80, 90, 100, 100.1, 100};
+    EXPECT_EQ(judged(narrow), "ok");
+    EXPECT_EQ(judged({100, 100, 100}), "noisy too few samples");
+    EXPECT_EQ(judged(wide), "noisy unknown");
+    EXPECT_EQ(judged(wide, {{"steal_share", 0.1}}), "noisy steal");
+    EXPECT_EQ(judged(wide, {{"steal_share", 0.001}}), "noisy unknown") << "not enough of it";
+    EXPECT_EQ(judged({100, 100, 80, 70, 100}, {{"page_faults", 3}}), "noisy unknown")
+        << "it stood beside the good samples";
+    EXPECT_EQ(judged(narrow, {{"page_faults", 3}}), "ok") << "it did no harm";
+    EXPECT_EQ(judged(narrow, {}, {{"run_queue_wait_share", 0.5}}), "noisy run queue")
+        << "half of a CPU is nobody's figure, however steady";
+    EXPECT_EQ(judged(wide, {{"additions_per_cycle", 3.0}}, {}), "noisy unknown")
+        << "the best known";
+    const auto slowed = [](double slow, double fast) {
+        Point point = madeUpPoint("a-l", 16384, {80, 90, 100, 100.1, 100});
+        for (std::size_t i = 0; i < 5; ++i)
+            point.details[i].evidence["clock_hz"] = i < 2 ? slow : fast;
+        return madeUpSession({point}).points[0].causes;
+    };
+    EXPECT_EQ(slowed(3e9, 3.5e9), std::vector<std::string>{"clock"});
+    EXPECT_EQ(slowed(3.5e9, 3.5e9), std::vector<std::string>{"unknown"});
+    EXPECT_EQ(judged(narrow, {}, {{"pages_elsewhere_share", 0.01}}), "invalid pages elsewhere");
+}
+
+TEST(Verdict, InvalidWhereAFigureCannotBe) {
+    Point point = madeUpPoint("a-l", 16384, {100, 100, 100, 100, 100});
+    point.limit = 97;
+    EXPECT_EQ(madeUpSession({point}).points[0].verdict, Verdict::ok) << "within the tolerance";
+    point.limit = 90;
+    EXPECT_EQ(madeUpSession({point}).points[0].verdict, Verdict::invalid);
+    point.limit.reset();
+    point.details[4].workers[0].passes = 4;
+    EXPECT_EQ(madeUpSession({point}).points[0].causes, std::vector<std::string>{"too few passes"});
+    Session session = madeUpSession({madeUpPoint("a-l", 16384, {100, 100, 100, 100, 100})});
+    session.counterConstant = false;
+    judge(session);
+    EXPECT_EQ(session.points[0].verdict, Verdict::invalid);
+    session.counterConstant.reset();
+    judge(session);
+    EXPECT_EQ(session.points[0].verdict, Verdict::ok) << "not known is not wrong";
+}
+
+TEST(Levels, AreToldByPointsWellInside) {
+    const Json facts{
+        {"caches",
+         {{{"level", 1}, {"type", "data"}, {"size_bytes", 49152}, {"cpus", "0"}},
+          {{"level", 1}, {"type", "instruction"}, {"size_bytes", 65536}, {"cpus", "0"}},
+          {{"level", 1}, {"type", "data"}, {"size_bytes", 1024}, {"cpus", "1"}},
+          {{"level", 2}, {"type", "unified"}, {"size_bytes", 2097152}, {"cpus", "0-1"}}}}};
+    const auto sizes = levelSizes(facts, 0);
+    ASSERT_EQ(sizes.size(), 3u);
+    EXPECT_EQ(sizes[0].bytes, 49152u);
+    Session session = madeUpSession(
+        {madeUpPoint("a-l", 16384, {400, 400, 400, 400, 400}),
+         madeUpPoint("a-l", 49152, {300, 300, 300, 300, 300}),  // fills the level, and is left out
+         madeUpPoint("a-l", 262144, {100, 100, 100, 100, 100}),
+         madeUpPoint("a-l", 524288, {99, 100, 110, 100, 90}),
+         madeUpPoint("a-l", 1048576, {90, 90, 90, 90, 90}),
+         madeUpPoint("a-l", 64 << 20, {10, 10, 10, 10, 10})});
+    std::vector<const Point*> points;
+    for (const Point& point : session.points)
+        points.push_back(&point);
+    const auto levels = levelsOf(sizes, points);
+    ASSERT_EQ(levels.size(), 3u);
+    EXPECT_EQ(levels[0].figures[0].value, 400);
+    EXPECT_EQ(levels[0].figures[0].points, 1u);
+    EXPECT_EQ(levels[1].figures[0].value, 100) << "the middle one";
+    EXPECT_EQ(levels[1].figures[0].verdict, Verdict::noisy) << "the worst one";
+    EXPECT_EQ(levels[2].figures[0].value, 10);
+}
+
+TEST(Budget, TakesRoundsFirstThenPoints) {
+    const auto cut = [](std::optional<double> budget) {
+        const Cut it = cutTo(budget, 5, {1, 2, 3});
+        return std::pair(it.rounds, it.points);
+    };
+    EXPECT_EQ(cut({}), std::pair(5u, std::size_t{3}));
+    EXPECT_EQ(cut(30), std::pair(5u, std::size_t{3}));
+    EXPECT_EQ(cut(29), std::pair(4u, std::size_t{3}));
+    EXPECT_EQ(cut(6), std::pair(1u, std::size_t{3}));
+    EXPECT_EQ(cut(5), std::pair(1u, std::size_t{2}));
+    EXPECT_EQ(cut(0.5), std::pair(1u, std::size_t{0}));
+}
+
+}  // namespace
+}  // namespace survey
