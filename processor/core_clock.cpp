@@ -8,7 +8,7 @@ namespace processor {
 void CoreClock::read() {
     // What a long run takes beyond a short one leaves out the bracket. All must be over before the
     // clock rises again.
-    constexpr std::uint32_t shortRun = 10, longRun = 80;
+    constexpr std::uint32_t shortRun = 2, longRun = 16;
     dependentAdditions(shortRun);  // brings the code into the caches
     const std::uint64_t longer = dependentAdditions(longRun);
     const std::uint64_t shorter = dependentAdditions(shortRun);

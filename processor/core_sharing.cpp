@@ -10,7 +10,7 @@ namespace processor {
 double additionsPerCycle() {
     // Both runs take about 8000 cycles, so the cost of the bracket cancels out; they are
     // long beside the steps of a coarse counter; they alternate, so that they see the same clock.
-    constexpr std::uint32_t pairs = 20, dependentTurns = 200, independentTurns = 800;
+    constexpr std::uint32_t pairs = 20, dependentTurns = 40, independentTurns = 160;
     // Beyond what the chains can give, the dependent run was interrupted.
     constexpr double highest = 1.1 * independentChains;
     std::vector<double> rates;

@@ -8,10 +8,10 @@
 
 namespace processor {
 
-/// How many instructions a cycle, by the bytes that each works on: up to 16, 32, and 64.
+/// How many instructions a cycle, by the bytes that each works on: up to 16, 32, and 64. 0 where it
+/// is not known, or differs between products of a model.
 struct PerCycle {
-    double upTo16 = 0, upTo32 = 0,
-           upTo64 = 0;  ///< 0: not known, or not the same for all of a model
+    double upTo16 = 0, upTo32 = 0, upTo64 = 0;
 
     /// For instructions of `width` bytes, 1 to 64; nothing where it is not known.
     [[nodiscard]] std::optional<double> of(std::uint32_t width) const;
@@ -19,7 +19,7 @@ struct PerCycle {
 
 struct Limits {
     PerCycle loads;            ///< into vector registers, from the first-level cache
-    PerCycle stores;           ///< from vector registers to one line after the other
+    PerCycle stores;           ///< from vector registers, to consecutive addresses
     double memoryOperations;   ///< loads and stores together a cycle
     PerCycle additions;        ///< floating point, scalar or vector
     PerCycle multiplications;  ///< floating point, and fused multiply-adds
