@@ -2,229 +2,53 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <iostream>
-#include <iterator>
 
-#include "mask.h"
-#include "patterns/array_patterns.h"
-#include "survey/run.h"
-#include "survey/settings.h"
-#include "survey/show.h"
-#include "survey/sizes.h"
-#include "survey/verdict.h"
-#include "utilkit/scaled_number.h"
+#include "survey/command.h"
+#include "survey/record.h"
 
 namespace {
 
-using survey::UsageError;
-
-constexpr int usage = 2, cannot = 3;
-
-std::vector<std::string> itemsOf(const std::string& list) {
-    std::vector<std::string> items;
-    std::size_t start = 0;
-    for (std::size_t comma = 0; comma != std::string::npos; start = comma + 1) {
-        comma = list.find(',', start);
-        items.push_back(list.substr(start, comma - start));
-    }
-    return items;
-}
-
-std::vector<std::string> parsePatterns(const std::string& list) {
-    const auto items = itemsOf(list);
-    for (const std::string& name : items)
-        if (Kestrel::findPattern(name) == nullptr)
-            throw UsageError("--pattern: there is no pattern '" + name + "'");
-    return items;
-}
-
-std::vector<std::uint32_t> parseNumbers(const char* option, const std::string& list) {
-    std::vector<std::uint32_t> numbers;
-    for (const std::string& item : itemsOf(list)) {
-        const auto number = utilkit::parseScaled(item);
-        if (!number || *number > UINT32_MAX)
-            throw UsageError(std::string(option) + ": '" + item + "' is not a number of bytes");
-        numbers.push_back(static_cast<std::uint32_t>(*number));
-    }
-    return numbers;
-}
-
-std::vector<std::uint32_t> parseWords(const std::string& list) {
-    const auto words = parseNumbers("--word", list);
-    for (const std::uint32_t word : words)
-        if (std::ranges::find(Kestrel::wordSizes, word) == std::end(Kestrel::wordSizes))
-            throw UsageError("--word: there are no words of " + std::to_string(word) + " bytes");
-    return words;
-}
-
-std::vector<Kestrel::PageKind> parsePages(const std::string& list) {
-    std::vector<Kestrel::PageKind> kinds;
-    for (const std::string& item : itemsOf(list)) {
-        const auto kind = survey::pageKindNamed(item);
-        if (!kind)
-            throw UsageError("--pages: '" + item + "' is not one of system, 4K, 2M, 1G");
-        kinds.push_back(*kind);
-    }
-    return kinds;
-}
-
-std::vector<unsigned> parseCpus(const std::string& text) {
-    std::vector<unsigned> cpus;
-    if (Kestrel::parseMask(text, cpus) != Kestrel::meOk)
-        throw UsageError("--cpu: '" + text + "' is not a list of CPUs such as 0,2-3");
-    return cpus;
-}
-
-machine::NumberList parseNodeSet(const std::string& text) {
-    unsigned long bits = 0;
-    if (!Kestrel::parseNodes(text, bits))
-        throw UsageError("--node: '" + text + "' is not a list of nodes 0 to 31 such as 0,2-3");
-    machine::NumberList nodes;
-    for (unsigned node = 0; node < Kestrel::nodeBitCount; ++node)
-        if ((bits >> node & 1) != 0)
-            nodes.push_back(node);
-    return nodes;
-}
-
-/// "90", "90s", "5m", "1h".
-double parseSpan(const std::string& text) {
-    std::size_t end = 0;
-    double number = 0;
-    try {
-        number = std::stod(text, &end);
-    } catch (const std::exception&) {
-        end = 0;
-    }
-    const std::string unit = text.substr(end);
-    const double scale = unit.empty() || unit == "s" ? 1
-                         : unit == "m"               ? 60
-                         : unit == "h"               ? 3600
-                                                     : 0;
-    if (end == 0 || scale == 0 || !(number > 0))
-        throw UsageError("--budget: '" + text + "' is not a span such as 90s, 5m or 1h");
-    return number * scale;
-}
-
-/// The texts of the command line, as they were typed.
-struct RunTexts {
-    std::string pattern, size, word, stride, pages, budget;
-    std::vector<std::string> cpus, nodes;
+struct Row {
+    const char* name;
+    const char* text;
+    survey::Command (*add)(CLI::App& app, const std::string& commandLine);
 };
 
-void addRun(CLI::App& app, survey::RunOrder& order, RunTexts& texts) {
-    std::string plans = "what to measure:";
-    for (const survey::Plan& plan : survey::allPlans())
-        plans.append("\n  ").append(plan.name).append(": ").append(plan.text);
-    app.add_option("plan", order.plan, plans)->capture_default_str();
-    app.add_option("--pattern", texts.pattern,
-                   "points of your own: patterns of kestrel, as in a-l,l-r");
-    app.add_option("--size", texts.size,
-                   "array sizes: 16K,8M; 4K-1M doubles, 4K-1M/2 has two an octave");
-    app.add_option("--word", texts.word, "word sizes in bytes: 8,16,32,64");
-    app.add_option("--stride", texts.stride, "strides in bytes; 0 is the word");
-    app.add_option("--pages", texts.pages, "page kinds: system,4K,2M,1G");
-    app.add_option("--cpu", texts.cpus,
-                   "CPUs that work together, as in 0,2-3; again for another set")
-        ->allow_extra_args(false);
-    app.add_option("--node", texts.nodes, "nodes to spread memory over; again for another set")
-        ->allow_extra_args(false);
-    app.add_flag("--all", order.choices.allPairs,
-                 "sharing: all pairs of CPUs, not one of each class");
-    app.add_option("--rounds", order.rounds, "samples of each point at least (5)")
-        ->check(CLI::Range(1, 1000));
-    app.add_option_function<unsigned>(
-           "--sample",
-           [&order](unsigned ms) { order.times.measured = std::chrono::milliseconds(ms); },
-           "milliseconds that a sample takes at least (60)")
-        ->check(CLI::Range(1, 60000));
-    app.add_option("--budget", texts.budget, "time that it may take: 90s, 5m, 1h");
-    app.add_option("--seed", order.seed, "decides the order of the samples");
-    app.add_option("--label", order.label, "a text to know the session by");
-    app.add_option("--name", order.hostName, "the host's name in the file");
-    auto* const output = app.add_option("-o,--output", order.output, "write a survey file");
-    auto* const append = app.add_option("--append", order.append, "add a session to a survey file");
-    auto* const resume =
-        app.add_option("--resume", order.resume, "go on with a file's last session, cut short");
-    output->excludes(append)->excludes(resume);
-    append->excludes(resume);
-    app.add_flag("--dry-run", order.dryRun, "only print the points and the time");
-    app.add_flag("--progress", order.progressLines, "a line every ten seconds, without a terminal");
-}
+constexpr Row commands[] = {
+    {"run", "measure this machine", survey::addRunCommand},
+    {"check", "tell how this machine is set up for measuring", survey::addCheckCommand},
+};
 
-void readTexts(const RunTexts& texts, survey::RunOrder& order) {
-    survey::Choices& choices = order.choices;
-    if (survey::findPlan(order.plan) == nullptr)
-        throw UsageError("there is no plan '" + order.plan + "'");
-    if (!texts.pattern.empty())
-        choices.patterns = parsePatterns(texts.pattern);
-    try {
-        if (!texts.size.empty())
-            choices.sizes = survey::parseSizes(texts.size, 4096);
-    } catch (const std::invalid_argument& failure) {
-        throw UsageError(std::string("--size: ") + failure.what());
-    }
-    if (!texts.word.empty())
-        choices.words = parseWords(texts.word);
-    if (!texts.stride.empty())
-        choices.strides = parseNumbers("--stride", texts.stride);
-    if (!texts.pages.empty())
-        choices.pages = parsePages(texts.pages);
-    for (const std::string& text : texts.cpus)
-        choices.cpus.push_back(parseCpus(text));
-    for (const std::string& text : texts.nodes)
-        choices.nodes.push_back(parseNodeSet(text));
-    if (!texts.budget.empty())
-        order.budgetSeconds = parseSpan(texts.budget);
-}
-
-std::string commandLine(int argc, char** argv) {
+std::string lineOf(int argc, char** argv) {
     std::string line;
     for (int i = 0; i < argc; ++i)
         line += (i == 0 ? "" : " ") + std::string(argv[i]);
     return line;
 }
 
-int check(std::ostream& out) {
-    const survey::Ground ground = survey::groundOf(machine::gatherFacts());
-    bool warned = false;
-    for (const survey::Setting& setting : survey::lookAtSettings(ground.facts, ground.cpus)) {
-        warned |= setting.standing == survey::Standing::warning;
-        const std::string name(survey::nameOf(setting.standing));
-        out << name << std::string(11 - name.size(), ' ') << setting.name << ": " << setting.found
-            << '\n';
-        if (!setting.advice.empty())
-            out << std::string(11, ' ') << "-> " << setting.advice << '\n';
-    }
-    return warned ? 1 : 0;
-}
-
 int parseAndRun(int argc, char** argv) {
     CLI::App app("A machine's memory and arithmetic in a minute, each figure with its trust.",
                  "kestrel-survey");
     app.require_subcommand(1);
-    app.set_version_flag("--version",
-                         survey::thisProgram().version + " (" + survey::thisProgram().commit + ")");
-    survey::RunOrder order;
-    RunTexts texts;
-    CLI::App* const run = app.add_subcommand("run", "measure");
-    addRun(*run, order, texts);
-    CLI::App* const checking =
-        app.add_subcommand("check", "how the machine is set up for measuring");
+    const survey::Program program = survey::thisProgram();
+    app.set_version_flag("--version", "kestrel-survey " + program.version + " (" + program.commit +
+                                          ", " + std::to_string(program.width) + " bits)");
+    std::vector<std::pair<CLI::App*, survey::Command>> all;
+    for (const Row& row : commands) {
+        CLI::App* const command = app.add_subcommand(row.name, row.text);
+        all.emplace_back(command, row.add(*command, lineOf(argc, argv)));
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& failure) {
         if (failure.get_exit_code() == 0)
             return app.exit(failure);
-        throw UsageError(failure.what());
+        throw survey::UsageError(failure.what());
     }
-    if (checking->parsed())
-        return check(std::cout);
-    readTexts(texts, order);
-    if (order.choices.hasPoints() && run->count("plan") != 0)
-        throw UsageError(
-            "a plan and points of your own (--pattern, --size, --word, --stride) "
-            "exclude each other");
-    order.command = commandLine(argc, argv);
-    return survey::run(order, std::cout);
+    for (const auto& [command, work] : all)
+        if (command->parsed())
+            return work();
+    return 0;
 }
 
 int fail(int status, const std::exception& failure) {
@@ -235,11 +59,13 @@ int fail(int status, const std::exception& failure) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    constexpr int usage = 2, cannot = 3;
     try {
         const int status = parseAndRun(argc, argv);
         std::cout.flush();
+        // Results that nobody received (a full disk, a closed output) are no success.
         return std::cout.good() ? status : cannot;
-    } catch (const UsageError& failure) {
+    } catch (const survey::UsageError& failure) {
         return fail(usage, failure);
     } catch (const std::exception& failure) {
         return fail(cannot, failure);

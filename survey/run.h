@@ -6,6 +6,7 @@
 #include <string>
 
 #include "survey/collect.h"
+#include "survey/command.h"
 #include "survey/plan.h"
 
 namespace survey {
@@ -21,11 +22,6 @@ struct RunOrder {
     std::string label, hostName, command;
     std::string output, append, resume;  ///< files; one of them at most
     bool dryRun = false, progressLines = false;
-};
-
-/// What the user asked for does not exist here; said before anything is measured.
-class UsageError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
 };
 
 /// Measures and writes; the tables go to `out`. Returns the exit status: 0; 3 where nothing could
