@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "processor/identity.h"
+#include "pattern_table.h"
+#include "processor/kernel_limits.h"
 #include "table.h"
 
 namespace bench {
@@ -13,20 +14,9 @@ using Kestrel::ArrayArgument;
 using Kestrel::ArrayKernel;
 using Kestrel::ArrayShape;
 
-/// What the program passes for arrays of that size.
-std::uint32_t repeatFor(std::uint32_t size) {
-    return size <= 32768 ? 1000 : 1;
-}
-
 std::optional<double> limitOf(const ArrayKernel& kernel, std::uint32_t size,
                               const std::optional<processor::Limits>& limits) {
-    // Non-temporal stores go to memory, whose limit is in no table.
-    if (!limits || size > firstLevel || kernel.shape == ArrayShape::fastmem)
-        return std::nullopt;
-    // A word wider than the registers passes through several.
-    const std::uint32_t width = std::min(kernel.word, processor::widestVector());
-    return kernel.shape == ArrayShape::lls ? limits->bytesPerCycle(width, 2, 1)
-                                           : limits->bytesPerCycle(width, 1, 0);
+    return limits && size <= firstLevel ? processor::limitOf(kernel, *limits) : std::nullopt;
 }
 
 class ArrayTable : public Table {
@@ -78,9 +68,8 @@ class ArrayTable : public Table {
 std::uint64_t ArrayRow::bytesPerCall(std::uint32_t ofSize) const {
     const std::uint64_t sweep = std::uint64_t{ofSize / stride} * kernel->word;
     const bool repeats = kernel->argument == ArrayArgument::repeat;
-    const bool threeQuarters =
-        kernel->shape == ArrayShape::lls || kernel->shape == ArrayShape::fastmem;
-    return (threeQuarters ? sweep * 3 / 4 : sweep) * (repeats ? repeatFor(size) : 1);
+    return sweep * trafficOf(kernel->shape).quarters / 4 *
+           (repeats ? Kestrel::repeatsFor(size) : 1);
 }
 
 bool ArrayRow::isShort() const {
@@ -88,7 +77,7 @@ bool ArrayRow::isShort() const {
     constexpr std::uint32_t fewestWords = 256;
     return size <= firstLevel && size / stride >= fewestWords &&
            kernel->argument != ArrayArgument::repeat &&
-           kernel->shape != ArrayShape::fastmem;  // bound by memory, not by its length
+           !trafficOf(kernel->shape).pastCaches;  // bound by memory, not by its length
 }
 
 double ArrayRow::bytesPerSecond(double ticksPerSecond) const {
@@ -109,7 +98,7 @@ std::optional<double> ArrayRow::netBytesPerCycle() const {
 
 void sampleArray(ArrayRow& row, std::span<std::byte> memory, double ticksPerSecond) {
     const std::uint32_t argument =
-        row.kernel->argument == ArrayArgument::stride ? row.stride : repeatFor(row.size);
+        row.kernel->argument == ArrayArgument::stride ? row.stride : Kestrel::repeatsFor(row.size);
     const auto sampleOf = [&](std::uint32_t size) {
         return sampleCalls(ticksPerSecond, [&] {
             return row.kernel->run(memory.data(), memory.data() + size, argument);

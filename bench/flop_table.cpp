@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "kestrel/kernels.h"
+#include "processor/kernel_limits.h"
 #include "sample.h"
 #include "table.h"
 
@@ -47,7 +48,8 @@ class FlopTable : public Table {
                 static_cast<double>(loopsOf(kernel)) * kernel.instructionsPerLoop;
             const double operations = instructions * kernel.flopsPerInstruction();
             const double cycles = row.samples.bestCycles();
-            const auto limit = limitOf(kernel);
+            const auto limit =
+                context.limits ? processor::limitOf(kernel, *context.limits) : std::nullopt;
             shown.push_back({{"kernel", kernel.name},
                              {"instr/cycle", numberOrNull(ratio(instructions, cycles))},
                              {"op/cycle", numberOrNull(ratio(operations, cycles))},
@@ -60,20 +62,6 @@ class FlopTable : public Table {
     }
 
   private:
-    [[nodiscard]] std::optional<double> limitOf(const FlopKernel& kernel) const {
-        if (!context.limits)
-            return std::nullopt;
-        const std::uint32_t width = kernel.lanes * (kernel.precision == Kestrel::fp_single ? 4 : 8);
-        switch (kernel.operation) {
-            case Kestrel::fo_add:
-                return context.limits->additions.of(width);
-            case Kestrel::fo_mul:
-            case Kestrel::fo_fma:
-                return context.limits->multiplications.of(width);
-        }
-        return std::nullopt;
-    }
-
     Context context;
     std::vector<Row> all;
 };

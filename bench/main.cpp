@@ -11,10 +11,10 @@
 #include <nlohmann/json.hpp>
 
 #include "peers.h"
-#include "pin.h"
 #include "processor/identity.h"
 #include "table.h"
 #include "worker_impl/frequency.h"
+#include "worker_impl/pin.h"
 
 namespace {
 
@@ -63,7 +63,7 @@ void writeJson(std::ostream& file, const Tables& tables, const bench::Context& c
 }
 
 int runBenchmark(const Options& options) {
-    if (!bench::pinThread(options.cpu))
+    if (!Kestrel::pinThread(options.cpu))
         throw std::runtime_error("cannot pin to CPU " + std::to_string(options.cpu));
     const bench::Context context{
         .cpu = options.cpu,

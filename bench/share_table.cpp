@@ -7,9 +7,9 @@
 
 #include "kernels/bracket.h"
 #include "kestrel/kernels.h"
-#include "pin.h"
 #include "sample.h"
 #include "table.h"
+#include "worker_impl/pin.h"
 
 namespace bench {
 namespace {
@@ -44,7 +44,7 @@ class Neighbour {
 
   private:
     void work(std::uint32_t cpu, std::byte* slot) {
-        pinThread(cpu);
+        Kestrel::pinThread(cpu);
         running = true;
         while (!stop)
             kestrel___share_lms(slot, operations);
@@ -58,9 +58,9 @@ class Neighbour {
 std::optional<std::uint32_t> otherCpu(std::uint32_t own) {
     std::optional<std::uint32_t> found;
     for (std::uint32_t cpu = 0; cpu < CPU_SETSIZE && !found; ++cpu)
-        if (cpu != own && pinThread(cpu))
+        if (cpu != own && Kestrel::pinThread(cpu))
             found = cpu;
-    pinThread(own);
+    Kestrel::pinThread(own);
     return found;
 }
 

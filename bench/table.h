@@ -10,11 +10,12 @@
 #include <span>
 #include <string>
 
+#include "kestrel/units.h"
 #include "processor/limits.h"
 
 namespace bench {
 
-inline constexpr std::uint32_t kibibyte = 1024, mebibyte = 1024 * kibibyte;
+using Kestrel::kibibyte, Kestrel::mebibyte;
 
 /// Bytes of the arrays and lists that are measured: one for each level of the memory.
 inline constexpr std::uint32_t sizes[] = {16 * kibibyte, 256 * kibibyte, 8 * mebibyte,

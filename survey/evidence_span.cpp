@@ -81,7 +81,10 @@ EvidenceSpan::EvidenceSpan(const machine::Facts& facts, Watched given)
             for (const unsigned sibling : found->coreCpus)
                 if (std::ranges::find(watched.cpus, sibling) == watched.cpus.end())
                     siblings.push_back(sibling);
-    before = read();
+    // The threads last here and first at the end: where every CPU is measured, this reading is
+    // itself what they wait for.
+    readMachine(before);
+    readThreads(before);
 }
 
 void EvidenceSpan::readThread(long thread, Reading& reading) const {
@@ -102,11 +105,13 @@ void EvidenceSpan::readThread(long thread, Reading& reading) const {
             parseNumber(fields[minor]).value_or(0) + parseNumber(fields[major]).value_or(0);
 }
 
-EvidenceSpan::Reading EvidenceSpan::read() const {
-    Reading reading;
-    reading.nanoseconds = tern_system_time();
+void EvidenceSpan::readThreads(Reading& reading) const {
     for (const long thread : watched.threads)
         readThread(thread, reading);
+}
+
+void EvidenceSpan::readMachine(Reading& reading) const {
+    reading.nanoseconds = tern_system_time();
     const std::string stat = readFile(here, "/proc/stat").value_or("");
     for (std::string_view rest = stat; rest.starts_with("cpu");) {
         const auto fields = machine::words(takeUntil(rest, '\n'));
@@ -128,11 +133,12 @@ EvidenceSpan::Reading EvidenceSpan::read() const {
                 machine::readNumber(here, "/sys/devices/system/cpu/cpu" + std::to_string(cpu) +
                                               "/thermal_throttle/core_throttle_count"))
             reading.heatThrottles = reading.heatThrottles.value_or(0) + *throttles;
-    return reading;
 }
 
 Evidence EvidenceSpan::end() const {
-    const Reading after = read();
+    Reading after;
+    readThreads(after);
+    readMachine(after);
     const auto elapsed = static_cast<double>(after.nanoseconds - before.nanoseconds);
     const double tick = 1e9 / static_cast<double>(sysconf(_SC_CLK_TCK));
     const auto microseconds = 1000 / elapsed;

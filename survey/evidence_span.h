@@ -39,7 +39,8 @@ class EvidenceSpan {
         std::optional<std::uint64_t> throttled, cpuPressure, memoryPressure;  ///< microseconds
         std::optional<std::uint64_t> heatThrottles;
     };
-    [[nodiscard]] Reading read() const;
+    void readMachine(Reading& reading) const;
+    void readThreads(Reading& reading) const;
     void readThread(long thread, Reading& reading) const;
     void addCpuTimes(const Reading& after, double sharePerTick, Evidence& evidence) const;
 

@@ -17,6 +17,26 @@ inline constexpr std::uint32_t fastmemBlock = 64;
 
 enum class ArrayShape { contiguous, strided, lls, fastmem };
 
+/// What the kernels of a shape move.
+struct ArrayTraffic {
+    std::uint32_t loads, stores;  ///< to each other, word by word
+    std::uint32_t quarters;       ///< of the array, in a sweep
+    bool pastCaches;              ///< its stores go to memory
+};
+
+constexpr ArrayTraffic trafficOf(ArrayShape shape) {
+    switch (shape) {
+        case ArrayShape::lls:
+            return {.loads = 2, .stores = 1, .quarters = 3, .pastCaches = false};
+        case ArrayShape::fastmem:
+            return {.loads = 2, .stores = 1, .quarters = 3, .pastCaches = true};
+        case ArrayShape::contiguous:
+        case ArrayShape::strided:
+            break;
+    }
+    return {.loads = 1, .stores = 0, .quarters = 4, .pastCaches = false};
+}
+
 /// What the third argument of an array kernel is.
 enum class ArrayArgument { none, repeat, stride };
 

@@ -24,11 +24,18 @@ void fillAlternating(std::byte* begin, std::size_t count, std::size_t blockSize)
     }
 }
 
+std::uint64_t bytesMoved(ArrayShape shape, const PatternState& state, const WorkerResult& results) {
+    const std::uint64_t swept = state.count * state.wordSize * results.iterations;
+    const std::uint64_t quarters = trafficOf(shape).quarters;
+    return quarters == 4 ? swept : quarters * swept / 4;
+}
+
 }  // namespace
 
 ArrayLPattern::ArrayLPattern(ArrayShape shape, std::uint32_t wordCode, std::uint32_t stride,
                              std::uint32_t repeat)
-    : wordCode(wordCode),
+    : shape(shape),
+      wordCode(wordCode),
       stride(stride),
       repeat(repeat),
       // Only the strided kernels leave anything out between two words.
@@ -58,15 +65,11 @@ std::uint64_t ArrayLPattern::runPass(PatternState& state) {
 }
 
 void ArrayLPattern::finish(const PatternState& state, WorkerResult& results) {
-    results.bytes = state.count * state.wordSize * results.iterations;
+    results.bytes = bytesMoved(shape, state, results);
 }
 
 std::uint32_t ArrayLPattern::iterationsPerPass() {
     return kernel != nullptr && kernel->argument == ArrayArgument::repeat ? repeat : 1;
-}
-
-void ArrayLLSPattern::finish(const PatternState& state, WorkerResult& results) {
-    results.bytes = std::uint64_t{6} * state.count * state.wordSize * results.iterations >> 3;
 }
 
 std::uint32_t ArrayLLSPattern::iterationsPerPass() {
@@ -90,7 +93,7 @@ std::uint64_t ArrayFASTMEMPattern::runPass(PatternState& state) {
 }
 
 void ArrayFASTMEMPattern::finish(const PatternState& state, WorkerResult& results) {
-    results.bytes = std::uint64_t{3} * state.count * fastmemBlock * results.iterations >> 2;
+    results.bytes = bytesMoved(ArrayShape::fastmem, state, results);
 }
 
 }  // namespace Kestrel

@@ -38,6 +38,7 @@ class ArrayLPattern : public BenchmarkBasePattern {
     ArrayLPattern(ArrayShape shape, std::uint32_t wordCode, std::uint32_t stride,
                   std::uint32_t repeat);
 
+    ArrayShape shape;
     std::uint32_t wordCode;
     std::uint32_t stride;
     std::uint32_t repeat;
@@ -51,7 +52,6 @@ class ArrayLLSPattern : public ArrayLPattern {
     ArrayLLSPattern(std::uint32_t wordCode, std::uint32_t stride, std::uint32_t repeat)
         : ArrayLPattern(ArrayShape::lls, wordCode, stride, repeat) {}
 
-    void finish(const PatternState& state, WorkerResult& results) override;
     std::uint32_t iterationsPerPass() override;
 };
 
