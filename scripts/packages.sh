@@ -12,9 +12,7 @@ machine_packages=(bochs bochs-term bochsbios vgabios qemu-system-x86 binutils bu
 fail() { echo "dev: $*" >&2; exit 1; }
 
 as_root() {
-    if [ "$(id -u)" -eq 0 ]; then "$@"
-    elif command -v sudo >/dev/null; then sudo "$@"
-    else fail "this wants root or sudo: $*"; fi
+    if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
 
 # quietly WHAT FUNCTION [ARGUMENTS]: says what it does in one line, and shows the output only where it
@@ -31,15 +29,17 @@ quietly() {
 # Installs those of the packages that are missing.
 need() {
     local package missing=()
-    command -v dpkg-query apt-get >/dev/null || fail "only Debian's packages are installed for you;" \
-        "here, install CMake 3.25, Ninja, g++ 12 (and its 32-bit libraries, for ia32), Boost.Thread" \
-        "(static), CLI11, nlohmann-json and, for tests, GoogleTest's source in /usr/src/googletest," \
-        "then: cmake --preset x86_64 && cmake --build --preset x86_64"
+    command -v dpkg-query >/dev/null && command -v apt-get >/dev/null || fail "no Debian here:" \
+        "install CMake 3.25, Ninja, g++ 12 (with its 32-bit libraries, for ia32), Boost.Thread" \
+        "(static), CLI11, nlohmann-json and, for tests, GoogleTest's source in /usr/src/googletest;" \
+        "then cmake --preset x86_64 && cmake --build --preset x86_64"
     for package; do
         dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||
             missing+=("$package")
     done
     [ ${#missing[@]} -gt 0 ] || return 0
+    [ "$(id -u)" -eq 0 ] || command -v sudo >/dev/null ||
+        fail "neither root nor sudo: apt-get install ${missing[*]}, then try again"
     quietly "installing ${missing[*]}" install "${missing[@]}"
 }
 

@@ -48,11 +48,13 @@ void expectShares(const PagesByNode& array, const std::string& nodeList, long pa
 /// while they measure, and expects their pages in equal shares. Returns the KiB that are in huge
 /// pages.
 long expectPlacement(const std::string& nodeList, long size, long step) {
-    const auto start = [&](const char* pattern, const char* cpus) {
-        return WatchedRun({"-d2", "-w64", "-s64", "-p", pattern, "-c", cpus, "-n", nodeList, "-S",
+    const long last = sysconf(_SC_NPROCESSORS_ONLN) - 1;
+    const auto start = [&](const char* pattern, long first, long second) {
+        return WatchedRun({"-d2", "-w64", "-s64", "-p", pattern, "-n", nodeList, "-c",
+                           std::to_string(first) + "," + std::to_string(second), "-S",
                            std::to_string(size / mebibyte) + "M"});
     };
-    WatchedRun own = start("a-l", "0,1"), shared = start("s-a", "1,0");
+    WatchedRun own = start("a-l", 0, last), shared = start("s-a", last, 0);
     own.waitForPages(2 * size);
     shared.waitForPages(size);
     std::this_thread::sleep_for(1500ms);  // of three until they stop measuring; one warms them up
@@ -62,7 +64,7 @@ long expectPlacement(const std::string& nodeList, long size, long step) {
     for (WatchedRun* const run : {&own, &shared}) {
         for (const PagesByNode& array : run->arrays())
             expectShares(array, nodeList, size, step);
-        EXPECT_EQ(run->workerCpus(), (std::multiset<unsigned>{0, 1}));
+        EXPECT_EQ(run->workerCpus(), (std::multiset<long>{0, last}));
         huge += run->hugeKibibytes();
     }
     EXPECT_EQ(own.wait().status, 0);

@@ -93,14 +93,14 @@ long WatchedRun::hugeKibibytes() const {
     return sum;
 }
 
-std::multiset<unsigned> WatchedRun::workerCpus() const {
-    std::multiset<unsigned> cpus;
+std::multiset<long> WatchedRun::workerCpus() const {
+    std::multiset<long> cpus;
     for (const auto& thread : fs::directory_iterator(process / "task")) {
         if (thread.path().filename() == process.filename())
             continue;  // the driver
         const std::string ranOn = statField(contentOf(thread.path() / "stat"), 39);
         EXPECT_EQ(ranOn, fieldOf(contentOf(thread.path() / "status"), "Cpus_allowed_list:"));
-        cpus.insert(static_cast<unsigned>(std::strtoul(ranOn.c_str(), nullptr, 10)));
+        cpus.insert(std::strtol(ranOn.c_str(), nullptr, 10));
     }
     return cpus;
 }

@@ -28,7 +28,7 @@ class WatchedRun {
     /// KiB of memory in transparent huge pages.
     long hugeKibibytes() const;
     /// The CPU that each worker is bound to, and last ran on.
-    std::multiset<unsigned> workerCpus() const;
+    std::multiset<long> workerCpus() const;
 
     Outcome wait() const { return outcome.get(); }
 
