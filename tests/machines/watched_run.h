@@ -24,17 +24,17 @@ class WatchedRun {
     /// Waits until its arrays have that many pages together, or it ends.
     void waitForPages(long pages);
 
-    std::vector<PagesByNode> arrays() const { return arraysOf(process); }
+    [[nodiscard]] std::vector<PagesByNode> arrays() const { return arraysOf(process); }
     /// KiB of memory in transparent huge pages.
-    long hugeKibibytes() const;
+    [[nodiscard]] long hugeKibibytes() const;
     /// The CPU that each worker is bound to, and last ran on.
-    std::multiset<long> workerCpus() const;
+    [[nodiscard]] std::multiset<long> workerCpus() const;
 
-    Outcome wait() const { return outcome.get(); }
+    [[nodiscard]] Outcome wait() const { return outcome.get(); }
 
   private:
     /// The folder of the process with those arguments; empty as long as there is none.
-    std::filesystem::path find() const;
+    [[nodiscard]] std::filesystem::path find() const;
 
     Words arguments;
     std::shared_future<Outcome> outcome;
