@@ -1,5 +1,5 @@
 # What the emulated processor runs first, in place of a BIOS: it enters long mode and jumps into
-# the Linux kernel that lies in memory already. run-emulated defines where everything lies:
+# the Linux kernel that lies in memory already. bochs.sh defines where everything lies:
 # BOOT_PARAMS, HANDOVER (end of the memory image, kernel's entry point), TABLES, STACK.
 
         .set    BLOCK, 0x20000
