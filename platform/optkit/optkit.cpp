@@ -2,42 +2,25 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <list>
 #include <map>
 #include <new>
 #include <optional>
 #include <set>
 #include <span>
-#include <string_view>
 #include <vector>
+
+#include "utilkit/scaled_number.h"
 
 namespace optkit {
 namespace {
 
 using utilkit::variant_t;
 
-/// A decimal number with an optional suffix; nothing where the text is anything else.
+/// A number as utilkit reads it, of at most 32 bits.
 std::optional<std::uint64_t> parseUnsigned(const std::string& text) {
-    std::uint32_t number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc())
-        return std::nullopt;
-    const std::string_view suffix(rest, static_cast<std::size_t>(end - rest));
-    unsigned shift = 0;
-    if (suffix == "K" || suffix == "k")
-        shift = 10;
-    else if (suffix == "M" || suffix == "m")
-        shift = 20;
-    else if (suffix == "G" || suffix == "g")
-        shift = 30;
-    else if (!suffix.empty())
-        return std::nullopt;
-    const std::uint64_t value = std::uint64_t{number} << shift;
-    if (value > UINT32_MAX)
-        return std::nullopt;
-    return value;
+    const auto value = utilkit::parseScaled(text);
+    return value && *value <= UINT32_MAX ? value : std::nullopt;
 }
 
 std::optional<std::uint64_t> parseBoolean(const std::string& text) {
