@@ -1,7 +1,8 @@
 /// The processor's own instructions about itself, and what they tell of its abilities. They tell of
 /// the CPU that executes them: where CPUs differ, call them on a pinned thread.
 /// Bits are those of Intel's Software Developer's Manual, volume 2, CPUID, and volume 1, chapter 13
-/// (XCR0). A leaf beyond the processor's highest one counts as all zeros.
+/// (XCR0). Except in the raw instructions, a leaf beyond the processor's highest one counts as all
+/// zeros, where Intel's processors would answer with the highest one instead.
 /// All but the raw instructions return 1 for yes and 0 for no unless stated. No state is kept; any
 /// thread may call any of these.
 #pragma once

@@ -59,7 +59,8 @@ std::string kernel_release(const parts& in) {
 std::string frequency(const parts& in) {
     replayed.highest_extended = in[0].empty() ? 0x80000003 : 0x80000008;
     replayed.brand = in[0] + std::string(48, '\0');
-    return text(tern::find_cpu_frequency(replay, text_file(in[1]).path.c_str()));
+    const auto found = tern::find_cpu_frequency(replay, text_file(in[1]).path.c_str());
+    return text(tern::reported_frequency(found.hertz));
 }
 
 std::string hypervisor(const parts& in) {

@@ -6,29 +6,11 @@
 
 #include "tern/environment.h"
 #include "tern/files.h"
+#include "tern/line_reader.h"
 #include "tern/src/tern/check.h"
 #include "tern/src/tern/text_scan.h"
 
 namespace {
-
-/// The distributions' own files first, the ones that several share last.
-constexpr auto release_files = std::to_array<const char*>({
-    "/etc/os-release",
-    "/etc/mandrake-release",
-    "/etc/SuSE-release",
-    "/etc/yellowdog-release",
-    "/etc/turbolinux-release",
-    "/etc/redhat-release",
-    "/etc/slackware-version",
-    "/etc/gentoo-release",
-    "/etc/moblin-release",
-    "/etc/meego-release",
-    "/etc/wrs-release",
-    "/etc/lsb-release",
-    "/etc/debian_version",
-    "/etc/system-release",
-    "/etc/issue",
-});
 
 constexpr std::size_t most_file_bytes = 4096;
 
@@ -44,6 +26,33 @@ std::size_t read_first_file(std::span<const char* const> files, char* bytes) {
             return static_cast<std::size_t>(count);
     }
     return 0;
+}
+
+constexpr std::uint32_t hypervisor_bytes = 13;
+
+/// The vendor text that a hypervisor announces through CPUID.
+bool read_vendor_text(tern::cpuid_instruction cpuid, char* name) {
+    constexpr std::uint32_t hypervisor_present = 1u << 31;  // leaf 1, ECX
+    if ((tern::read_leaf(cpuid, 1).ecx & hypervisor_present) == 0)
+        return false;
+    const tern_cpuid_block leaf = tern::read_leaf(cpuid, 0x40000000);
+    std::memcpy(name, &leaf.ebx, 4);
+    std::memcpy(name + 4, &leaf.ecx, 4);
+    std::memcpy(name + 8, &leaf.edx, 4);
+    name[12] = '\0';
+    return true;
+}
+
+/// The kernel's word for a hypervisor that CPUID does not show, as under paravirtualisation.
+bool read_type_file(const char* path, char* name) {
+    const int fd = tern_open_read(path);
+    if (fd == -1)
+        return false;
+    tern_line_state state;
+    tern_line_reader_init(&state, fd, name, hypervisor_bytes);
+    const bool found = tern_read_line(&state) != 0;
+    tern_close(fd);
+    return found;
 }
 
 }  // namespace
@@ -85,10 +94,18 @@ int tern::decode_kernel_release(std::string_view release,
     return count;
 }
 
+char* tern::make_hypervisor_name(cpuid_instruction cpuid, const char* type_path,
+                                 tern_allocator* allocator) {
+    auto* name = static_cast<char*>(allocator->allocate_block(allocator, hypervisor_bytes));
+    if (name && !read_vendor_text(cpuid, name) && !read_type_file(type_path, name))
+        tern_strcpy_bounded("None", name, hypervisor_bytes);
+    return name;
+}
+
 char* tern_get_os_name(tern_allocator* allocator) {
     utsname kernel{};
     const char* release = uname(&kernel) == 0 ? kernel.release : nullptr;
-    return tern::make_os_name(release, release_files, allocator);
+    return tern::make_os_name(release, tern::release_files, allocator);
 }
 
 int tern_get_os_version(std::uint16_t* major, std::uint16_t* minor, std::uint16_t* patch,
@@ -99,4 +116,8 @@ int tern_get_os_version(std::uint16_t* major, std::uint16_t* minor, std::uint16_
     if (status != 0)
         return status;
     return tern::decode_kernel_release(kernel.release, {major, minor, patch, build});
+}
+
+char* tern_get_hypervisor_name(tern_allocator* allocator) {
+    return tern::make_hypervisor_name(tern_cpuid, "/sys/hypervisor/type", allocator);
 }

@@ -11,6 +11,25 @@
 
 namespace tern {
 
+/// The distributions' own files first, the ones that several share last.
+inline constexpr auto release_files = std::to_array<const char*>({
+    "/etc/os-release",
+    "/etc/mandrake-release",
+    "/etc/SuSE-release",
+    "/etc/yellowdog-release",
+    "/etc/turbolinux-release",
+    "/etc/redhat-release",
+    "/etc/slackware-version",
+    "/etc/gentoo-release",
+    "/etc/moblin-release",
+    "/etc/meego-release",
+    "/etc/wrs-release",
+    "/etc/lsb-release",
+    "/etc/debian_version",
+    "/etc/system-release",
+    "/etc/issue",
+});
+
 /// A null `release` is a uname that failed. Ends the process as tern_get_os_name does.
 char* make_os_name(const char* release, std::span<const char* const> files,
                    tern_allocator* allocator);
