@@ -1,4 +1,5 @@
-/// Texts as files, a watched allocator, refused system calls, and reports that end a process.
+/// Texts as files, folders, a watched allocator, refused system calls, and reports that end a
+/// process.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,20 +14,24 @@
 #include "tern/allocator.h"
 #include "text_file.h"
 
-inline bool no_memory = false;                       ///< the allocator below gives null
-inline std::size_t text_bytes = 0, block_bytes = 0;  ///< what it was last asked for
+/// An empty folder, which its user removes.
+inline std::string temporary_folder() {
+    char folder[] = "/dev/shm/tern-XXXXXX";
+    return mkdtemp(folder);
+}
+
+inline bool no_memory = false;       ///< the allocator below gives null
+inline std::size_t asked_bytes = 0;  ///< what it was last asked for
 
 /// Its memory comes dirty, so that nobody relies on zeros.
+inline void* allocate(tern_allocator* /*self*/, std::size_t n) {
+    asked_bytes = n;
+    return no_memory ? nullptr : std::memset(std::malloc(n), 0xEE, n);
+}
 inline tern_allocator watched{
     [](tern_allocator* /*self*/, void* memory) { std::free(memory); },
-    [](tern_allocator* /*self*/, std::size_t n) {
-        text_bytes = n;
-        return no_memory ? nullptr : static_cast<char*>(std::memset(std::malloc(n), 0xEE, n));
-    },
-    [](tern_allocator* /*self*/, std::size_t n) {
-        block_bytes = n;
-        return no_memory ? nullptr : std::memset(std::malloc(n), 0xEE, n);
-    }};
+    [](tern_allocator* self, std::size_t n) { return static_cast<char*>(allocate(self, n)); },
+    allocate};
 
 /// Takes a text or a table over from the layer.
 template <typename T>
@@ -34,8 +39,13 @@ std::unique_ptr<T, decltype(&std::free)> owned(T* memory) {
     return {memory, &std::free};
 }
 
-/// From now on the kernel refuses a system call to this process: for the process of a death test.
-inline void refuse(unsigned number) {
+/// For the process of a death test: from now on there is no memory. True.
+inline bool lose_memory() {
+    return no_memory = true;
+}
+
+/// The same: the kernel refuses a system call. True.
+inline bool refuse(unsigned number) {
     sock_filter steps[] = {{BPF_LD | BPF_W | BPF_ABS, 0, 0, 0},  // the call's number
                            {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, number},
                            {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | EPERM},
@@ -44,6 +54,12 @@ inline void refuse(unsigned number) {
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
         prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
         std::_Exit(99);
+    return true;
+}
+
+template <typename Condition>
+void expect_in_child(Condition holds) {
+    EXPECT_EXIT(std::_Exit(holds() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 const inline testing::KilledBySignal killed(SIGABRT);

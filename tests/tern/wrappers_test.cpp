@@ -1,22 +1,15 @@
-// The wrappers over the system's own objects.
+// The wrappers over the system's own objects: what they add to its calls, or promise of them.
+#include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/signalfd.h>
 #include <sys/stat.h>
 
 #include <thread>
 
 #include "temporary.h"
-#include "tern/environment.h"
-#include "tern/files.h"
-#include "tern/memory.h"
-#include "tern/os_info.h"
-#include "tern/threads.h"
+#include "tern/tern.h"
 
 namespace {
-
-/// What a sequence of calls returned, and what it had to.
-void same(const std::vector<std::int64_t>& actual, const std::vector<std::int64_t>& expected) {
-    EXPECT_EQ(actual, expected);
-}
 
 TEST(Memory, RemapMovesGrowsAndShrinks) {
     const auto remap = [](char* old, std::size_t old_size, std::size_t size) {
@@ -26,27 +19,18 @@ TEST(Memory, RemapMovesGrowsAndShrinks) {
     char* a = remap(nullptr, 0, 8192);
     EXPECT_EQ(std::string(a, 8192), zeros);
     x.copy(a, 8192);
-    same({remap(a, 8192, 0) == a, remap(a, 8192, SIZE_MAX - 65536) == nullptr}, {1, 1});
+    EXPECT_EQ(remap(a, 8192, 0), a);
+    EXPECT_EQ(remap(a, 8192, SIZE_MAX - 65536), nullptr);
     EXPECT_EQ(std::string(a, 8192), x) << "a failure leaves the old mapping";
     char* b = remap(a, 8192, 16384);
     EXPECT_EQ(std::string(b, 16384), x + zeros);
     EXPECT_EQ(msync(a, 4096, MS_ASYNC), -1) << "the old mapping is gone";
     char* c = remap(b, 16384, 4096);
     EXPECT_EQ(std::string(c, 4096), x.substr(4096));
-    same({tern_mprotect(c, 1, PROT_NONE), tern_mprotect(c + 1, 1, PROT_NONE)}, {1, 0});
-    same({tern_munmap(c, 4096), tern_mmap(0) == nullptr}, {0, 1});
-    EXPECT_EQ(tern_get_page_size(), getpagesize());
-}
-
-TEST(Threads, IdentityMutexSemaphore) {
-    pthread_mutex_t m;
-    sem_t s;
-    same({tern_get_process_id(), tern_get_thread_id()}, {getpid(), getpid()});
-    same({tern_sem_init(&s, UINT32_MAX), tern_sem_init(&s, 1), tern_sem_wait(&s)}, {-1, 0, 0});
-    same({tern_mutex_init(&m), tern_mutex_lock(&m)}, {0, 0});
-    std::thread([&] { same({tern_mutex_trylock(&m), tern_sem_post(&s)}, {EBUSY, 0}); }).join();
-    same({tern_sem_wait(&s), tern_sem_destroy(&s)}, {0, 0});
-    same({tern_mutex_unlock(&m), tern_mutex_trylock(&m), tern_mutex_unlock(&m)}, {0, 0, 0});
+    EXPECT_EQ(tern_mprotect(c, 1, PROT_NONE), 1);
+    EXPECT_EQ(tern_mprotect(c + 1, 1, PROT_NONE), 0);
+    EXPECT_EQ(tern_munmap(c, 4096), 0);
+    EXPECT_EQ(tern_mmap(0), nullptr);
 }
 
 TEST(Threads, KeysAreNeverZeroAndRunOut) {
@@ -56,62 +40,100 @@ TEST(Threads, KeysAreNeverZeroAndRunOut) {
         ASSERT_TRUE(key > 0 && keys.size() < 100'000);
         keys.push_back(key);
     }
-    const int key = keys.at(0);
-    same({tern_tls_set(key, &keys), tern_tls_get(key) == &keys}, {0, 1});
-    std::thread([&] { EXPECT_EQ(tern_tls_get(key), nullptr); }).join();
-    for (int k : keys)
-        same({tern_tls_key_delete(k), tern_tls_key_delete(k)}, {0, EINVAL});
+    EXPECT_EQ(tern_tls_set(keys.at(0), &keys), 0);
+    EXPECT_EQ(tern_tls_get(keys[0]), &keys);
+    std::thread([&] { EXPECT_EQ(tern_tls_get(keys[0]), nullptr); }).join();
+    for (int key : keys)
+        EXPECT_EQ(tern_tls_key_delete(key), 0);
 }
 
-TEST(Files, ResultsAndFailures) {
-    char file[] = "/tmp/tern-XXXXXX", bytes[16] = "";
-    tern_close(mkstemp(file));
-    umask(027);
+TEST(Threads, OwnIdsAndASemaphoresValue) {
+    EXPECT_EQ(tern_get_process_id(), getpid());
+    std::thread([] { EXPECT_EQ(tern_get_thread_id(), gettid()); }).join();
+    sem_t semaphore;
+    int value = 0;
+    EXPECT_EQ(tern_sem_init(&semaphore, 7), 0);
+    EXPECT_EQ(sem_getvalue(&semaphore, &value), 0);
+    EXPECT_EQ(value, 7);
+}
+
+TEST(Files, OpenMakeAndRemove) {
+    const std::string folder = temporary_folder(), path = folder + "/file";
+    const char* file = path.c_str();
     const auto mode = [&] {
-        struct stat s {};
-        return stat(file, &s) == 0 ? s.st_mode & 0777 : 0;
+        struct stat status {};
+        return stat(file, &status) == 0 ? status.st_mode & 0777 : 0;
     };
-    same({tern_unlink(file), tern_unlink(file)}, {0, -1});
-    same({tern_open_rw(file), tern_open_append(file), tern_open_read(file)}, {-1, -1, -1});
-    same({tern_mkdir(file), mode(), tern_mkdir(file), tern_create_file(file)}, {1, 0750, 0, -1});
-    same({tern_rmdir(file), tern_rmdir(file), tern_create_file_mode("/no/file", 0)}, {1, 0, -1});
-    const int fd = tern_create_file(file);
-    same({mode(), tern_write(fd, "0123456789", 10)}, {0640, 10});
-    same({tern_seek(fd, 4, 0), tern_seek(fd, 3, 1), tern_seek(fd, -1, 2)}, {4, 7, 9});
-    same({tern_seek(fd, 5, 7), tern_seek(fd, 2, -1), tern_seek(fd, -1, 0)}, {5, 2, -1});
-    same({tern_seek(fd, 1LL << 40, 0), tern_fsync(fd), tern_fsync(-1)}, {1LL << 40, 0, -1});
-    const int end = tern_open_append(file), both = tern_open_rw(file), input = tern_open_read(file);
-    same({tern_write(end, "X", 1), tern_write(both, "Y", 1), tern_write(input, "", 1)}, {1, 1, -1});
-    same({tern_read(input, bytes, 16), tern_read(end, bytes, 1), tern_read(-1, bytes, 1)},
-         {11, 0, -1});
+    umask(027);
+    for (const auto open : {tern_open_rw, tern_open_append, tern_open_read})
+        EXPECT_EQ(open(file), -1) << "none of them makes a file";
+    EXPECT_EQ(tern_mkdir(file), 1);
+    EXPECT_EQ(mode(), 0750u);
+    EXPECT_EQ(tern_mkdir(file), 0);
+    EXPECT_EQ(tern_create_file_mode(file, 0700), -1);
+    EXPECT_EQ(mode(), 0700u) << "changed all the same";
+    EXPECT_EQ(tern_rmdir(file), 1);
+    EXPECT_EQ(tern_rmdir(file), 0);
+
+    const int made = tern_create_file(file), end = tern_open_append(file);
+    const int both = tern_open_rw(file), input = tern_open_read(file);
+    EXPECT_EQ(mode(), 0640u);
+    EXPECT_EQ(tern_write(made, "0123456789", 10), 10);
+    EXPECT_EQ(tern_write(end, "X", 1), 1);
+    EXPECT_EQ(tern_write(both, "Y", 1), 1);
+    EXPECT_EQ(tern_write(input, "", 1), -1);
+    char bytes[16] = "";
+    EXPECT_EQ(tern_read(input, bytes, 16), 11);
     EXPECT_STREQ(bytes, "Y123456789X");
+    const std::vector<std::int64_t> offsets{tern_seek(made, 4, 0),  tern_seek(made, 3, 1),
+                                            tern_seek(made, -1, 2), tern_seek(made, 5, 7),
+                                            tern_seek(made, -1, 0), tern_seek(made, 1LL << 40, 0)};
+    EXPECT_EQ(offsets, (std::vector<std::int64_t>{4, 7, 10, 5, -1, 1LL << 40}));
     const int emptied = tern_create_file_mode(file, 0604);
-    same({mode(), tern_seek(input, 0, 2), tern_unlink(file)}, {0604, 0, 0});
+    EXPECT_EQ(mode(), 0604u);
+    EXPECT_EQ(tern_seek(input, 0, 2), 0);
+    for (const int open : {made, end, both, input, emptied})
+        EXPECT_EQ(tern_close(open), 0);
+    EXPECT_EQ(tern_unlink(file), 0);
+    EXPECT_EQ(tern_rmdir(folder.c_str()), 1);
+}
+
+TEST(Files, SignalDescriptor) {
     sigset_t none;
     sigemptyset(&none);
-    const int signals = tern_signalfd(-1, &none, 0);
-    same({tern_signalfd(signals, &none, 0), tern_signalfd(-1, &none, -1)}, {signals, -1});
-    for (int open : {fd, end, both, input, emptied, signals})
-        same({tern_close(open), tern_close(open)}, {0, -1});
+    const int signals = tern_signalfd(-1, &none, SFD_CLOEXEC);
+    EXPECT_EQ(tern_signalfd(signals, &none, 0), signals);
+    EXPECT_EQ(fcntl(signals, F_GETFD), FD_CLOEXEC);
+    EXPECT_EQ(tern_close(signals), 0);
 }
 
-TEST(Environment, VariablesAndCopies) {
-    same({tern_setenv("TERN", "one"), tern_setenv("TERN", "two")}, {1, 1});
-    same({tern_setenv(nullptr, "x"), tern_setenv("A=B", "x")}, {0, 0});
+TEST(Environment, Variables) {
+    EXPECT_EQ(tern_setenv("TERN", "one"), 1);
+    EXPECT_EQ(tern_setenv("TERN", "two"), 1);
     EXPECT_STREQ(owned(tern_getenv("TERN")).get(), "two");
-    same({tern_setenv("TERN", nullptr), tern_getenv("TERN") == nullptr}, {1, 1});
+    EXPECT_EQ(tern_setenv(nullptr, "x"), 0);
+    EXPECT_EQ(tern_setenv("A=B", "x"), 0);
+    EXPECT_EQ(tern_setenv("TERN", nullptr), 1);
+    EXPECT_EQ(tern_getenv("TERN"), nullptr);
+}
+
+TEST(Environment, CopiesAndTheHostsName) {
     char host[4096], bytes[6] = "#####", *copy = bytes;
-    same({tern_strdup_with("", &copy, &watched), copy == bytes}, {0, 1});
+    EXPECT_EQ(tern_strdup_with("", &copy, &watched), 0);
+    EXPECT_EQ(copy, bytes);
     EXPECT_EQ(tern_strdup_with("text", &copy, &watched), 1);
     EXPECT_STREQ(owned(copy).get(), "text");
     gethostname(host, sizeof host);
     EXPECT_STREQ(owned(tern_get_host_name(&watched)).get(), host);
-    EXPECT_TRUE(text_bytes == 5 && block_bytes == 4096);
+    EXPECT_EQ(asked_bytes, 4096u);
     no_memory = true;
-    same({tern_strdup_with("text", &copy, &watched), copy == nullptr}, {0, 1});
-    EXPECT_TRUE(!tern_get_host_name(&watched) && !tern_get_hypervisor_name(&watched));
+    EXPECT_EQ(tern_strdup_with("text", &copy, &watched), 0);
+    EXPECT_EQ(copy, nullptr);
+    EXPECT_EQ(tern_get_host_name(&watched), nullptr);
+    EXPECT_EQ(tern_get_hypervisor_name(&watched), nullptr);
     no_memory = false;
-    same({tern_strcpy_bounded(nullptr, bytes, 5), tern_strcpy_bounded("abcd", bytes, 2)}, {0, 1});
+    EXPECT_EQ(tern_strcpy_bounded(nullptr, bytes, 5), 0);
+    EXPECT_EQ(tern_strcpy_bounded("abcd", bytes, 2), 1);
     EXPECT_EQ(tern_strcpy_bounded("x", bytes + 2, 2), 1);
     EXPECT_EQ(std::string(bytes, 6), std::string("abx\0#\0", 6));
 }
