@@ -2,9 +2,7 @@
 
 #include <fcntl.h>
 
-#include <random>
-
-#include "reference_lines.h"
+#include "read_lines.h"
 #include "temporary.h"
 #include "tern/assertion.h"
 #include "tern/memory.h"
@@ -12,19 +10,6 @@
 namespace {
 
 using lines = std::vector<std::string>;
-
-TEST(LineReader, TextsAgreeWithThePlainReading) {
-    std::vector<std::string> texts{"a\r\nb", "0123456789", ""};
-    std::mt19937 random(1);
-    for (int i = 0; i < 2000; ++i)
-        for (char& c : texts.emplace_back(random() % 60, ' '))
-            c = "ab\n\n\r\0xyz"[random() % 9];
-    for (const std::string& text : texts)
-        for (std::uint32_t size : {1, 2, 3, 4, 7, 16, 64})
-            ASSERT_EQ(read_lines(text_file(text).fd, size), reference_lines(text, size));
-    EXPECT_EQ(reference_lines(texts[0], 16), (lines{"a", "b"}));
-    EXPECT_EQ(reference_lines(texts[1], 4), (lines{"012", "345", "678", "9"}));
-}
 
 TEST(LineReader, AnErrorInTheMiddleEndsTheLinesHeld) {
     int ends[2], folder = open("/", O_RDONLY);

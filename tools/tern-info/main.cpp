@@ -1,10 +1,13 @@
-/// tern-info: what the system layer knows of this machine.
+/// tern-info: what is known of this machine.
 #include <cstdio>
+#include <exception>
+#include <span>
 #include <string>
 #include <string_view>
 
-#include "output.h"
-#include "system_text.h"
+#include "machine/json.h"
+#include "machine/page.h"
+#include "machine/text.h"
 
 namespace {
 
@@ -12,12 +15,14 @@ constexpr int failure = 255;
 
 constexpr const char* help =
     "Usage: tern-info [--json]\n"
-    "Shows what is known of this machine: system, processor, topology and caches.\n"
+    "Shows what is known of this machine: system, processor, clocks, memory, NUMA nodes, caches,\n"
+    "CPUs, and what of it this process may use.\n"
     "\n"
-    "  --json  one JSON object instead of a page; frequencies are in hertz, sizes in bytes\n"
+    "  --json  one JSON object instead of a page\n"
     "  --help  this text\n"
     "\n"
-    "What the machine does not tell reads \"unknown\", in JSON null.\n";
+    "What the machine does not tell reads \"unknown\", in JSON null. CPU numbers are the "
+    "kernel's.\n";
 
 int print(const std::string& text) {
     if (std::fputs(text.c_str(), stdout) != EOF && std::fflush(stdout) == 0)
@@ -29,15 +34,24 @@ int print(const std::string& text) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::string_view option = argc > 1 ? argv[1] : "";
-    const bool known = argc <= 1 || option == "--json" || option == "--help";
-    if (argc > 2 || !known) {
-        const std::string_view culprit = known ? argv[2] : option;
-        std::fprintf(stderr, "tern-info: unknown argument '%s', try --help\n",
-                     printable(culprit).c_str());
+    bool wantsHelp = false, wantsJson = false;
+    for (const std::string_view option :
+         std::span(argv, static_cast<std::size_t>(argc)).subspan(argc > 0)) {
+        wantsHelp |= option == "--help";
+        wantsJson |= option == "--json";
+        if (option != "--help" && option != "--json") {
+            std::fprintf(stderr, "tern-info: unknown argument '%s', try --help\n",
+                         machine::printable(machine::validText(option)).c_str());
+            return failure;
+        }
+    }
+    try {
+        if (wantsHelp)
+            return print(help);
+        const machine::Facts facts = machine::gatherFacts();
+        return print(wantsJson ? machine::toJson(facts).dump(2) + '\n' : machine::page(facts));
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "tern-info: %s\n", error.what());
         return failure;
     }
-    if (option == "--help")
-        return print(help);
-    return print(option == "--json" ? json_text(gather_facts()) : page(gather_facts()));
 }

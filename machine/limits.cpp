@@ -1,0 +1,96 @@
+#include "machine/limits.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <limits>
+
+#include "machine/reading.h"
+#include "machine/text.h"
+#include "machine/visit.h"
+
+namespace machine {
+
+namespace {
+
+constexpr double noLimit = std::numeric_limits<double>::infinity();
+
+double ratio(std::optional<std::uint64_t> quota, std::optional<std::uint64_t> period) {
+    return quota && period && *period != 0
+               ? static_cast<double>(*quota) / static_cast<double>(*period)
+               : noLimit;
+}
+
+/// A group's own limit; version 2 has "max 100000" or "50000 100000" in one file, version 1 two
+/// files, of which the quota is -1 where there is none.
+double groupLimit(const Sources& sources, const std::string& folder, bool version2) {
+    if (!version2)
+        return ratio(readNumber(sources, folder + "/cpu.cfs_quota_us"),
+                     readNumber(sources, folder + "/cpu.cfs_period_us"));
+    const std::string line = readLine(sources, folder + "/cpu.max").value_or("");
+    std::string_view period = line;
+    const std::string_view quota = takeUntil(period, ' ');
+    return ratio(parseNumber(quota), parseNumber(period));
+}
+
+/// Where this process stands in the hierarchy that limits CPU time: version 1's of the controller
+/// "cpu" where there is one, else version 2's.
+struct Group {
+    std::filesystem::path path;
+    bool version2;
+};
+
+std::optional<Group> ownGroup(const Sources& sources) {
+    const std::string text = readFile(sources, "/proc/self/cgroup").value_or("");
+    std::optional<Group> group;
+    for (std::string_view rest = text; !rest.empty();) {
+        std::string_view path = takeUntil(rest, '\n');  // number:controllers:path
+        const bool version2 = takeUntil(path, ':') == "0";
+        for (std::string_view controllers = takeUntil(path, ':'); !controllers.empty();)
+            if (takeUntil(controllers, ',') == "cpu")
+                return Group{.path = path, .version2 = false};
+        if (version2)
+            group = Group{.path = path, .version2 = true};
+    }
+    return group;
+}
+
+/// The lowest limit from the process's group up to the root of what it sees.
+std::optional<CpuQuota> gatherQuota(const Sources& sources) {
+    const auto group = ownGroup(sources);
+    if (!group)
+        return std::nullopt;
+    const std::array<const char*, 2> mounts =
+        group->version2 ? std::array{"/sys/fs/cgroup/unified", "/sys/fs/cgroup"}
+                        : std::array{"/sys/fs/cgroup/cpu", "/sys/fs/cgroup/cpu,cpuacct"};
+    for (const std::string mount : mounts) {
+        if (namesIn(sources, mount).empty())
+            continue;
+        double limit = noLimit;
+        std::filesystem::path path = group->path;
+        for (; path.has_relative_path(); path = path.parent_path())
+            limit = std::min(limit, groupLimit(sources, mount + path.string(), group->version2));
+        limit = std::min(limit, groupLimit(sources, mount, group->version2));
+        return limit == noLimit ? CpuQuota() : CpuQuota{.cpus = limit};
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+Limits gatherLimits(const Sources& sources) {
+    Limits limits;
+    eachField(readFile(sources, "/proc/self/status").value_or(""),
+              [&](std::string_view name, std::string_view value) {
+                  if (name == "Cpus_allowed_list")
+                      limits.cpus = parseNumberList(value);
+                  else if (name == "Mems_allowed_list")
+                      limits.nodes = parseNumberList(value);
+              });
+    if (!limits.cpus && sources.live)
+        limits.cpus = affinity();
+    limits.quota = gatherQuota(sources);
+    return limits;
+}
+
+}  // namespace machine
