@@ -27,7 +27,7 @@ inline std::vector<std::string> repeated(const std::string& line) {
 
 /// A recording as files in a folder of its own, and as the answers of CPUID.
 struct recorded_machine {
-    std::string root = temporary_folder();
+    const std::string root = temporary_folder();
 
     /// `recording`: its name, or its lines.
     explicit recorded_machine(const std::string& recording) {
