@@ -69,7 +69,7 @@ struct recorded_machine {
     }
 };
 
-/// The facts as JSON, and what their helpers say of the first CPUs.
+/// The facts as JSON, and what is derived from them for the first CPUs.
 inline nlohmann::ordered_json everything(const machine::Facts& facts) {
     constexpr std::array classes{"same core", "same cache", "same package", "other package"};
     nlohmann::ordered_json all = machine::toJson(facts);
