@@ -54,7 +54,7 @@ const Cpuinfo::Entry* Cpuinfo::find(unsigned cpu) const {
 Cpuinfo readCpuinfo(const Sources& sources) {
     Cpuinfo cpuinfo;
     Fields fields;
-    eachField(readFile(sources, "/proc/cpuinfo").value_or(""), ':',
+    eachField(readFile(sources, "/proc/cpuinfo").value_or(""),
               [&](std::string_view name, std::string_view value) {
                   if (name == "processor") {
                       add(cpuinfo, fields);

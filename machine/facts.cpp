@@ -9,7 +9,7 @@ namespace machine {
 
 namespace {
 
-/// Leaves of what a cpuset names only what is there.
+/// Drops what a cpuset names but what is not online.
 void limitToOnline(Limits& limits, const Topology& topology, const std::vector<Node>& nodes) {
     if (limits.cpus)
         limits.cpus = common(*limits.cpus, topology.online());

@@ -91,7 +91,7 @@ std::vector<std::string> cpuGroupFolders(const Sources& sources) {
 
 Limits gatherLimits(const Sources& sources) {
     Limits limits;
-    eachField(readFile(sources, "/proc/self/status").value_or(""), ':',
+    eachField(readFile(sources, "/proc/self/status").value_or(""),
               [&](std::string_view name, std::string_view value) {
                   if (name == "Cpus_allowed_list")
                       limits.cpus = parseNumberList(value);

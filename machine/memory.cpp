@@ -24,7 +24,7 @@ std::optional<std::string> readChoice(const Sources& sources, const std::string&
 
 Meminfo readMeminfo(const Sources& sources, const std::string& path) {
     Meminfo meminfo;
-    eachField(readFile(sources, path).value_or(""), ':',
+    eachField(readFile(sources, path).value_or(""),
               [&](std::string_view name, std::string_view value) {
                   const auto bytes = bytesOfKib(takeUntil(value, ' '));
                   if (bytes && value == "kB")
@@ -46,7 +46,8 @@ std::vector<HugePagePool> gatherHugePages(const Sources& sources, const std::str
         const auto pageBytes = isPool ? bytesOfKib(size.substr(0, size.size() - 2)) : std::nullopt;
         if (!pageBytes)
             continue;
-        const std::string pool = folder + '/' + name;
+        std::string pool = folder;
+        pool.append("/").append(name);
         pools.push_back({.pageBytes = *pageBytes,
                          .pages = readNumber(sources, pool + "/nr_hugepages"),
                          .freePages = readNumber(sources, pool + "/free_hugepages")});

@@ -2,9 +2,9 @@
 
 #include <array>
 #include <iomanip>
+#include <locale>
 #include <map>
 #include <sstream>
-#include <tuple>
 
 #include "machine/text.h"
 
@@ -73,8 +73,7 @@ class Page {
             << '\n';
     }
     void heading(std::string_view text) { out << '\n' << text << '\n'; }
-    /// Cells to the right of their columns, which are as wide as their heads and two blanks, or as
-    /// the widest cell below.
+    /// Columns aligned to the right, each as wide as its widest cell.
     void table(const std::vector<std::vector<std::string>>& rows) {
         std::vector<std::size_t> widths;
         for (const auto& row : rows) {

@@ -17,8 +17,7 @@ struct Governor {
 };
 
 struct Power {
-    std::vector<Governor>
-        governors;  ///< by name; none where the kernel sets no clocks, as in guests
+    std::vector<Governor> governors;  ///< by name; none where the kernel sets no clocks
     std::optional<std::string> scalingDriver;
     std::optional<bool> boost;  ///< clocks above the nominal one are allowed
     /// Two threads a core: on, off, forceoff, notsupported, notimplemented.

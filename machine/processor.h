@@ -1,4 +1,4 @@
-/// What the processor is, how fast it is said to be, and what is held against its faults.
+/// What the processor is, how fast it is said to be, and what the kernel does about its faults.
 #pragma once
 
 #include <cstdint>

@@ -40,11 +40,11 @@ std::optional<NumberList> readList(const Sources& sources, const std::string& pa
     return text ? parseNumberList(*text) : std::nullopt;
 }
 
-void eachField(std::string_view text, char separator,
+void eachField(std::string_view text,
                const std::function<void(std::string_view, std::string_view)>& take) {
     while (!text.empty()) {
         std::string_view value = takeUntil(text, '\n');
-        const std::string_view name = takeUntil(value, separator);
+        const std::string_view name = takeUntil(value, ':');
         take(trimmed(name), trimmed(value));
     }
 }

@@ -26,8 +26,8 @@ std::optional<std::uint64_t> readNumber(const Sources& sources, const std::strin
 /// A line that is a list; an empty line is an empty list.
 std::optional<NumberList> readList(const Sources& sources, const std::string& path);
 
-/// Hands over each "name: value" or "name = value" line of a text, both trimmed.
-void eachField(std::string_view text, char separator,
+/// Hands over each "name: value" line of a text, both trimmed.
+void eachField(std::string_view text,
                const std::function<void(std::string_view name, std::string_view value)>& take);
 
 /// The names in a folder, in order; none where it cannot be read.

@@ -31,7 +31,7 @@ std::optional<MemoryModules> decodeSmbios(std::string_view table) {
     while (table.size() >= 4) {
         // A structure: type, length of its fields, handle, fields; then texts up to two zeros.
         const std::uint64_t length = field(table, 1, 1);
-        if (length < 4 || length > table.size())
+        if (length > table.size())
             break;
         const std::string_view structure = table.substr(0, length);
         constexpr std::size_t size = 0x0C;  // 0: an empty socket

@@ -51,51 +51,15 @@ std::optional<std::string> runningArchitecture() {
 }
 
 bool changesFigures(std::string_view word) {
-    constexpr std::array names{"amd_iommu",
-                               "amd_pstate",
-                               "clocksource",
-                               "default_hugepagesz",
-                               "hugepages",
-                               "hugepagesz",
-                               "idle",
-                               "intel_idle",
-                               "intel_iommu",
-                               "intel_pstate",
-                               "iommu",
-                               "irqaffinity",
-                               "isolcpus",
-                               "l1tf",
-                               "maxcpus",
-                               "mds",
-                               "mem",
-                               "mitigations",
-                               "nmi_watchdog",
-                               "nohz",
-                               "nohz_full",
-                               "noht",
-                               "nosmt",
-                               "nospectre_v1",
-                               "nospectre_v2",
-                               "nopti",
-                               "notsc",
-                               "nowatchdog",
-                               "nr_cpus",
-                               "numa",
-                               "numa_balancing",
-                               "preempt",
-                               "processor",
-                               "pti",
-                               "rcu_nocbs",
-                               "retbleed",
-                               "spec_store_bypass_disable",
-                               "spectre_v2",
-                               "transparent_hugepage",
-                               "tsc",
-                               "tsx",
-                               "tsx_async_abort"};
+    constexpr std::string_view names =
+        " amd_iommu amd_pstate clocksource default_hugepagesz hugepages hugepagesz idle intel_idle "
+        "intel_iommu intel_pstate iommu irqaffinity isolcpus l1tf maxcpus mds mem mitigations "
+        "nmi_watchdog noht nohz nohz_full nopti nosmt nospectre_v1 nospectre_v2 notsc nowatchdog "
+        "nr_cpus numa numa_balancing preempt processor pti rcu_nocbs retbleed "
+        "spec_store_bypass_disable spectre_v2 transparent_hugepage tsc tsx tsx_async_abort ";
     // "intel_idle.max_cstate=1" is one of intel_idle.
-    const std::string_view name = word.substr(0, word.find_first_of("=."));
-    return std::ranges::find(names, name) != names.end();
+    const std::string name(word.substr(0, word.find_first_of("=.")));
+    return names.find(' ' + name + ' ') != std::string_view::npos;
 }
 
 std::optional<std::vector<std::string>> gatherParameters(const Sources& sources) {

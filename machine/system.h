@@ -14,8 +14,8 @@ struct System {
     std::optional<std::string> operatingSystem;  ///< the distribution's name for itself
     std::optional<std::string> kernelRelease, architecture, hostName, bootId, clockSource;
     std::optional<std::string> hypervisor;  ///< its own name; "None" where none is seen
-    /// The words of the kernel's command line that change figures, in order; not the others, which
-    /// are nobody's business.
+    /// The words of the kernel's command line that change figures, in order. The others are not
+    /// collected: they may tell more than a report should.
     std::optional<std::vector<std::string>> kernelParameters;
     std::optional<NumberList> isolatedCpus;  ///< left out by the scheduler
 };

@@ -100,7 +100,7 @@ Visit visitCpus(const NumberList& cpus) {
         if (!visit.counterHz)
             visit.counterHz = measureCounter();
     }
-    static_cast<void>(own.makeOwn());
+    static_cast<void>(own.makeOwn());  // the kernel takes back what it gave
     return visit;
 }
 

@@ -58,7 +58,8 @@ tern_arch_t tern_get_cpu_arch();
 /// Returns 1; 0 when the file cannot be opened, begins with another line than a processor's, or
 /// lists more processors than are online; then what was read so far stands. 0 as well where the
 /// number of CPUs cannot be told; then the count is 0 and the array null.
-/// An allocator that gives null, and an architecture other than IA-32 and x86-64, end the process with a report.
+/// An allocator that gives null, and an architecture other than IA-32 and x86-64, end the process
+/// with a report.
 int tern_get_cpu_info(tern_cpu_signature* signature, std::uint32_t* highest_address,
                       std::uint8_t* address_width, std::uint32_t* cpu_count,
                       tern_cpu_topology** topology, tern_allocator* allocator);

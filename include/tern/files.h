@@ -19,7 +19,8 @@ int tern_open_append(const char* path);
 /// Reading and writing a new or emptied file, permissions 0666 less the umask.
 int tern_create_file(const char* path);
 /// The same, then chmod of the path to `mode`, whatever the umask; a failing chmod is ignored. Also
-/// where the file could not be opened: what stands at that path then gets the new mode all the same.
+/// where the file could not be opened: what stands at that path then gets the new mode all the
+/// same.
 int tern_create_file_mode(const char* path, mode_t mode);
 
 /// `origin`: 0 the start, 1 the current position, 2 the end, any other code the start. Returns the

@@ -7,7 +7,7 @@
 extern "C" {
 
 /// Maps `size` bytes of private anonymous memory, readable, writable and zeroed, where the kernel
-/// likes. Returns null when it cannot. The caller owns it until tern_munmap.
+/// chooses. Returns null when it cannot. The caller owns it until tern_munmap.
 void* tern_mmap(std::size_t size);
 
 /// Returns 0; a range that the kernel refuses ends the process with a report.

@@ -16,7 +16,8 @@ extern "C" {
 char* tern_get_os_name(tern_allocator* allocator);
 
 /// Stores the numbers at the start of the kernel release, as in 5.15.0-91: their low 16 bits (a
-/// number beyond 32 bits counts as the largest of 32 bits), 0 for those that it lacks. Returns how many there are, 0 to 4; -1, all zero, where uname fails.
+/// number beyond 32 bits counts as the largest of 32 bits), 0 for those that it lacks. Returns how
+/// many there are, 0 to 4; -1, all zero, where uname fails.
 int tern_get_os_version(std::uint16_t* major, std::uint16_t* minor, std::uint16_t* patch,
                         std::uint16_t* build);
 

@@ -24,8 +24,8 @@ int tern_select_system_clock();
 /// process.
 /// Brand texts carry two digits after the point: 3.5GHz is read as 3.05. The word has to begin with
 /// the amount and a point and go on with a unit: M or G before "Hz", any other letter counts as
-/// hertz. A negative amount, or one beyond 32 bits of hundredths, is no frequency; a word without
-/// one leaves the brand text out. Exactly 1 GHz is reported as 1,000,000,001 Hz.
+/// hertz. A negative amount, or one beyond 32 bits of hundredths, is not taken for a frequency, and
+/// /proc/cpuinfo is read instead. Exactly 1 GHz is reported as 1,000,000,001 Hz.
 int tern_get_cpu_frequency(std::uint64_t* hertz);
 
 /// Stores the frequency of the first "cpu MHz" line of /proc/cpuinfo in hertz, computed in single

@@ -27,7 +27,7 @@ inline std::vector<std::string> repeated(const std::string& line) {
 
 /// A recording as files in a folder of its own, and as the answers of CPUID.
 struct recorded_machine {
-    std::string root = temporary_folder();
+    const std::string root = temporary_folder();
 
     /// `recording`: its name, or its lines.
     explicit recorded_machine(const std::string& recording) {
@@ -69,7 +69,7 @@ struct recorded_machine {
     }
 };
 
-/// The facts as JSON, and what their helpers say of the first CPUs.
+/// The facts as JSON, and what is derived from them for the first CPUs.
 inline nlohmann::ordered_json everything(const machine::Facts& facts) {
     constexpr std::array classes{"same core", "same cache", "same package", "other package"};
     nlohmann::ordered_json all = machine::toJson(facts);

@@ -11,6 +11,9 @@ TEST(Facts, CpusAreVisitedWhereAllowedAndTheCounterMeasured) {
     sched_getaffinity(0, sizeof before, &before);
     CPU_ZERO(&here);
     CPU_SET(sched_getcpu(), &here);
+    machine::gatherFacts();
+    sched_getaffinity(0, sizeof after, &after);
+    EXPECT_TRUE(CPU_EQUAL(&before, &after));
     sched_setaffinity(0, sizeof here, &here);
     const std::int64_t start = tern_system_time();
     const std::uint64_t first_tick = tern_read_tsc();

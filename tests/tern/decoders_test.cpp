@@ -90,8 +90,9 @@ std::string line_reader(const parts& in) {
 }
 
 std::string packages(const parts& in) {
-    const std::string folder = "/sys/devices/system/cpu";
-    return std::to_string(tern::count_packages((recorded_machine(in[0]).root + folder).c_str()));
+    const recorded_machine recorded(in[0]);
+    const std::string folder = recorded.root + "/sys/devices/system/cpu";
+    return std::to_string(tern::count_packages(folder.c_str()));
 }
 
 /// A recorded machine and a place in its facts.
@@ -128,6 +129,10 @@ struct decoder_case {
     int line;  ///< of its file
     std::string input, output;
 };
+
+void PrintTo(const decoder_case& one, std::ostream* out) {
+    *out << one.input;
+}
 
 std::vector<decoder_case> read_cases() {
     std::vector<decoder_case> cases;

@@ -15,11 +15,11 @@ void skip_blanks(std::string_view& text);
 bool take(std::string_view& text, std::string_view literal);
 
 /// Takes blanks, a sign and decimal digits off the front. A number beyond 32 bits saturates;
-/// take_u32 turns a negative one round as unsigned arithmetic does.
+/// take_u32 wraps a negative one, as unsigned arithmetic does.
 std::optional<std::int32_t> take_i32(std::string_view& text);
 std::optional<std::uint32_t> take_u32(std::string_view& text);
 
-/// What follows the colon of a "name : value" line, with any white space about the colon; nothing
+/// What follows the colon of a "name : value" line, with any white space around the colon; nothing
 /// for a line of another name.
 std::optional<std::string_view> value_of(std::string_view line, std::string_view name);
 

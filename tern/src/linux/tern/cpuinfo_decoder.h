@@ -16,7 +16,8 @@ class cpuinfo_decoder {
         : signature_(signature), topology_(topology) {}
 
     /// Takes the next line. False when the text cannot be this machine's: a line before the first
-    /// processor's, or after the one of a processor too many. Nothing more may be taken then.
+    /// processor's, or one after the first line of a processor too many. Nothing more may be taken
+    /// then.
     bool take_line(std::string_view line);
 
     /// After the last line: numbers the hardware threads, if the text tells of any, and the
