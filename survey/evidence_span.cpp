@@ -87,7 +87,7 @@ EvidenceSpan::EvidenceSpan(const machine::Facts& facts, Watched given)
     readThreads(before);
 }
 
-void EvidenceSpan::readThread(long thread, Reading& reading) const {
+void EvidenceSpan::readThread(long thread, Reading& reading) {
     const std::string schedule = readFile(here, taskFile(thread, "schedstat")).value_or("");
     std::string_view rest = schedule;  // nanoseconds run, waited; slices
     takeUntil(rest, ' ');

@@ -23,7 +23,7 @@ struct Watched {
 /// or so each, and so are best made while passes do not count.
 class EvidenceSpan {
   public:
-    EvidenceSpan(const machine::Facts& facts, Watched watched);
+    EvidenceSpan(const machine::Facts& facts, Watched given);
     [[nodiscard]] Evidence end() const;
 
   private:
@@ -41,7 +41,7 @@ class EvidenceSpan {
     };
     void readMachine(Reading& reading) const;
     void readThreads(Reading& reading) const;
-    void readThread(long thread, Reading& reading) const;
+    static void readThread(long thread, Reading& reading);
     void addCpuTimes(const Reading& after, double sharePerTick, Evidence& evidence) const;
 
     Watched watched;

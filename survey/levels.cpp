@@ -48,6 +48,7 @@ std::vector<LevelSize> levelSizes(const Json& facts, unsigned cpu) {
                     cache.at("size_bytes").get<std::uint64_t>();
         }
     std::vector<LevelSize> levels;
+    levels.reserve(sizes.size() + 1);
     for (const auto& [level, bytes] : sizes)
         levels.push_back({"L" + std::to_string(level), bytes});
     levels.push_back({"memory", std::nullopt});
