@@ -129,12 +129,14 @@ struct CoreReadings {
 
     explicit CoreReadings(const std::vector<unsigned>& cpus) {
         constexpr std::size_t most = 8;
+        constexpr int enough = 9;  // a single one may be interrupted, and then be anything
         for (std::size_t i = 0; i < std::min(cpus.size(), most); ++i) {
             if (!Kestrel::pinThread(cpus[i]))
                 continue;
-            processor::CoreClock reading;
-            reading.read();
-            takeLower(clock, reading.cyclesPerTick());
+            processor::CoreClock readings;
+            for (int reading = 0; reading < enough; ++reading)
+                readings.read();
+            takeLower(clock, readings.cyclesPerTick());
             takeLower(additions, processor::additionsPerCycle());
         }
     }
@@ -290,7 +292,6 @@ std::variant<Sample, NoSample> Meter::takeOnce(const Parameters& parameters) {
     sleepFor(times.coolDown);
     all(&Kestrel::Crew::finish);
     sample.detail.workers = endAll(team, unit, sample.arrayBytes);
-    // Right now: the core keeps the clock of the work for a moment.
     const CoreReadings coresAfter(parameters.cpus);
     if (load) {
         std::uint64_t unused = 0;
