@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "machine/facts.h"
+#include "survey/cpu_times.h"
 #include "survey/evidence.h"
 
 namespace survey {
@@ -32,9 +33,6 @@ class EvidenceSpan {
         std::int64_t nanoseconds = 0;
         std::map<long, std::uint64_t> waited;  ///< nanoseconds, by thread
         std::map<long, std::uint64_t> switches, faults;
-        struct CpuTime {
-            std::uint64_t busy, stolen;  ///< clock ticks
-        };
         std::map<unsigned, CpuTime> cpus;
         std::optional<std::uint64_t> throttled, cpuPressure, memoryPressure;  ///< microseconds
         std::optional<std::uint64_t> heatThrottles;
