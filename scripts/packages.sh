@@ -6,6 +6,7 @@ build_packages=(cmake ninja-build g++ g++-multilib libboost-thread-dev libcli11-
 test_packages=(googletest binutils qemu-user libhwloc-dev)
 fuzz_packages=(clang libclang-rt-dev)
 lint_packages=(clang-format clang-tidy)
+package_packages=(binutils dpkg-dev)
 machine_packages=(bochs bochs-term bochsbios vgabios qemu-system-x86 binutils busybox-static cpio
     lz4 zstd xz-utils)
 
