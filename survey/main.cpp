@@ -4,7 +4,7 @@
 #include <iostream>
 
 #include "survey/command.h"
-#include "survey/record.h"
+#include "versionkit/version.h"
 
 namespace {
 
@@ -30,9 +30,7 @@ int parseAndRun(int argc, char** argv) {
     CLI::App app("A machine's memory and arithmetic in a minute, each figure with its trust.",
                  "kestrel-survey");
     app.require_subcommand(1);
-    const survey::Program program = survey::thisProgram();
-    app.set_version_flag("--version", "kestrel-survey " + program.version + " (" + program.commit +
-                                          ", " + std::to_string(program.width) + " bits)");
+    app.set_version_flag("--version", versionkit::text("kestrel-survey"));
     std::vector<std::pair<CLI::App*, survey::Command>> all;
     for (const Row& row : commands) {
         CLI::App* const command = app.add_subcommand(row.name, row.text);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "survey/verdict.h"
+#include "versionkit/version.h"
 
 namespace survey {
 namespace {
@@ -343,7 +344,9 @@ void writeSurvey(const std::string& path, const Survey& survey) {
 }
 
 Program thisProgram() {
-    return {.version = KESTREL_VERSION, .commit = KESTREL_COMMIT, .compiler = "g++ " __VERSION__};
+    return {.version = versionkit::number,
+            .commit = versionkit::commit,
+            .compiler = versionkit::compiler};
 }
 
 }  // namespace survey

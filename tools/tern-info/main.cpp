@@ -8,18 +8,20 @@
 #include "machine/json.h"
 #include "machine/page.h"
 #include "machine/text.h"
+#include "versionkit/version.h"
 
 namespace {
 
 constexpr int failure = 255;
 
 constexpr const char* help =
-    "Usage: tern-info [--json]\n"
+    "Usage: tern-info [--json | --version | --help]\n"
     "Shows what is known of this machine: system, processor, clocks, memory, NUMA nodes, caches,\n"
     "CPUs, and what of it this process may use.\n"
     "\n"
-    "  --json  one JSON object instead of a page\n"
-    "  --help  this text\n"
+    "  --json     one JSON object instead of a page\n"
+    "  --version  the version, and the commit that it was built from\n"
+    "  --help     this text\n"
     "\n"
     "What the machine does not tell reads \"unknown\", in JSON null. CPU numbers are the "
     "kernel's.\n";
@@ -34,12 +36,13 @@ int print(const std::string& text) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    bool wantsHelp = false, wantsJson = false;
+    bool wantsHelp = false, wantsVersion = false, wantsJson = false;
     for (const std::string_view option :
          std::span(argv, static_cast<std::size_t>(argc)).subspan(argc > 0)) {
         wantsHelp |= option == "--help";
+        wantsVersion |= option == "--version";
         wantsJson |= option == "--json";
-        if (option != "--help" && option != "--json") {
+        if (option != "--help" && option != "--version" && option != "--json") {
             std::fprintf(stderr, "tern-info: unknown argument '%s', try --help\n",
                          machine::printable(machine::validText(option)).c_str());
             return failure;
@@ -48,6 +51,8 @@ int main(int argc, char** argv) {
     try {
         if (wantsHelp)
             return print(help);
+        if (wantsVersion)
+            return print(versionkit::text("tern-info") + '\n');
         const machine::Facts facts = machine::gatherFacts();
         return print(wantsJson ? machine::toJson(facts).dump(2) + '\n' : machine::page(facts));
     } catch (const std::exception& error) {
