@@ -41,15 +41,29 @@ Spread spreadOf(const TwoSides& point) {
     return spread;
 }
 
+/// How many standard errors an estimate takes with so many degrees of freedom. Computed once: many
+/// points have the same.
+struct Margins {
+    double interval;  ///< either way
+    double critical;  ///< for the first step of the correction over all points
+    double finding;   ///< beyond that
+
+    Margins(double degrees, std::size_t points) {
+        const auto upper = [distribution = Student(degrees)](double share) {
+            return boost::math::quantile(boost::math::complement(distribution, share));
+        };
+        interval = upper((1 - intervalCoverage) / 2);
+        critical = upper(errorChance / 2 / static_cast<double>(points));
+        finding = upper(1 - findingChance);
+    }
+};
+
 /// What is needed of one point to test it.
 struct Test {
     double difference;     ///< of the logarithms
     double standardError;  ///< of that
     double degrees;
 
-    [[nodiscard]] double upper(double share) const {
-        return boost::math::quantile(boost::math::complement(Student(degrees), share));
-    }
     /// Of a difference as large as this, either way, between equals.
     [[nodiscard]] double chance() const {
         const double t = std::abs(difference) / standardError;
@@ -70,23 +84,22 @@ Test testOf(const TwoSides& point, const Spread& ofKind) {
             .degrees = degrees};
 }
 
-/// The smallest difference to the worse that this test finds among so many points: what clears the
-/// first step of the correction and `leastDifference` as often as `findingChance` asks.
-double smallestFound(const Test& test, std::size_t points, bool higherIsBetter) {
-    const double critical =
-        test.upper(errorChance / 2 / static_cast<double>(points)) * test.standardError;
-    const double found = std::max(critical, std::log1p(leastDifference)) +
-                         test.upper(1 - findingChance) * test.standardError;
+/// What clears the first step of the correction and `leastDifference` as often as `findingChance`
+/// asks.
+double smallestFound(const Test& test, const Margins& margins, bool higherIsBetter) {
+    const double clear =
+        std::max(margins.critical * test.standardError, std::log1p(leastDifference));
+    const double found = clear + margins.finding * test.standardError;
     return higherIsBetter ? -std::expm1(-found) : std::expm1(found);
 }
 
-Difference differenceOf(const Test& test, const TwoSides& point, std::size_t points) {
-    const double half = test.upper((1 - intervalCoverage) / 2) * test.standardError;
+Difference differenceOf(const Test& test, const Margins& margins, bool higherIsBetter) {
+    const double half = margins.interval * test.standardError;
     return {.value = std::expm1(test.difference),
             .low = std::expm1(test.difference - half),
             .high = std::expm1(test.difference + half),
             .chance = test.chance(),
-            .smallest = smallestFound(test, points, point.higherIsBetter)};
+            .smallest = smallestFound(test, margins, higherIsBetter)};
 }
 
 /// Holm: the least likely one must be below the chance over all points, the next one below that
@@ -122,10 +135,14 @@ std::vector<Difference> differencesOf(std::span<const TwoSides> points) {
     std::map<std::size_t, Spread> kinds;
     for (const TwoSides& point : points)
         kinds[point.kind].add(spreadOf(point));
+    std::map<double, Margins> margins;  // by degrees of freedom
     std::vector<Difference> differences;
     differences.reserve(points.size());
-    for (const TwoSides& point : points)
-        differences.push_back(differenceOf(testOf(point, kinds[point.kind]), point, points.size()));
+    for (const TwoSides& point : points) {
+        const Test test = testOf(point, kinds[point.kind]);
+        const auto of = margins.try_emplace(test.degrees, test.degrees, points.size()).first;
+        differences.push_back(differenceOf(test, of->second, point.higherIsBetter));
+    }
     const std::vector<bool> clear = significant(differences);
     for (std::size_t i = 0; i < points.size(); ++i)
         differences[i].conclusion = concluded(differences[i], clear[i], points[i].higherIsBetter);
