@@ -26,19 +26,6 @@ std::optional<Value> optionalAt(const Json& json, const char* name) {
     return found->get<Value>();
 }
 
-Json toJson(const Parameters& it) {
-    Json json{{"pattern", it.pattern},
-              {"size_bytes", orNull(it.sizeBytes)},
-              {"word_bytes", orNull(it.wordBytes)},
-              {"stride_bytes", orNull(it.strideBytes)},
-              {"cpus", it.cpus},
-              {"nodes", orNull(it.nodes)},
-              {"pages", it.pages ? Json(nameOf(*it.pages)) : Json()}};
-    if (!it.loadCpus.empty())
-        json["load_cpus"] = it.loadCpus;
-    return json;
-}
-
 Parameters parametersFrom(const Json& json) {
     Parameters it{.pattern = json.at("pattern").get<std::string>(),
                   .sizeBytes = optionalAt<std::uint64_t>(json, "size_bytes"),
@@ -272,6 +259,19 @@ Survey parsed(Parse parse) {
 }
 
 }  // namespace
+
+Json toJson(const Parameters& it) {
+    Json json{{"pattern", it.pattern},
+              {"size_bytes", orNull(it.sizeBytes)},
+              {"word_bytes", orNull(it.wordBytes)},
+              {"stride_bytes", orNull(it.strideBytes)},
+              {"cpus", it.cpus},
+              {"nodes", orNull(it.nodes)},
+              {"pages", it.pages ? Json(nameOf(*it.pages)) : Json()}};
+    if (!it.loadCpus.empty())
+        json["load_cpus"] = it.loadCpus;
+    return json;
+}
 
 std::uint64_t Detail::fewestPasses() const {
     std::uint64_t fewest = workers.empty() ? 0 : UINT64_MAX;

@@ -100,6 +100,8 @@ struct Survey {
     std::vector<Session> sessions;
 };
 
+/// As the file has them.
+Json toJson(const Parameters& parameters);
 /// The text of a survey file: a point a line.
 std::string textOf(const Survey& survey);
 /// What follows from the samples is computed anew. Throws std::runtime_error with the reason.
