@@ -17,6 +17,7 @@ struct Row {
 constexpr Row commands[] = {
     {"run", "measure this machine", survey::addRunCommand},
     {"check", "tell how this machine is set up for measuring", survey::addCheckCommand},
+    {"export", "a survey in a format that other programs read", survey::addExportCommand},
 };
 
 std::string lineOf(int argc, char** argv) {
