@@ -3,7 +3,7 @@
 # Debian packages by job. The headers of Boost and CLI11 serve both widths.
 build_packages=(cmake ninja-build g++ g++-multilib libboost-thread-dev libcli11-dev
     nlohmann-json3-dev)
-test_packages=(googletest binutils qemu-user libhwloc-dev)
+test_packages=(googletest binutils qemu-user libhwloc-dev python3-jsonschema)
 fuzz_packages=(clang libclang-rt-dev)
 lint_packages=(clang-format clang-tidy)
 machine_packages=(bochs bochs-term bochsbios vgabios qemu-system-x86 binutils busybox-static cpio
