@@ -9,6 +9,7 @@ lint_packages=(clang-format clang-tidy)
 package_packages=(binutils dpkg-dev)
 machine_packages=(bochs bochs-term bochsbios vgabios qemu-system-x86 binutils busybox-static cpio
     lz4 zstd xz-utils)
+fleet_packages=(munge slurmctld slurmd slurm-client clustershell python3)
 
 fail() { echo "dev: $*" >&2; exit 1; }
 

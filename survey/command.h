@@ -25,5 +25,7 @@ using Command = std::function<int()>;
 Command addRunCommand(CLI::App& app, const std::string& commandLine);
 Command addCheckCommand(CLI::App& app, const std::string& commandLine);
 Command addCompareCommand(CLI::App& app, const std::string& commandLine);
+Command addExportCommand(CLI::App& app, const std::string& commandLine);
+Command addFleetCommand(CLI::App& app, const std::string& commandLine);
 
 }  // namespace survey

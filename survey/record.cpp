@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "survey/skim.h"
 #include "survey/verdict.h"
 #include "versionkit/version.h"
 
@@ -258,6 +259,19 @@ Survey parsed(Parse parse) {
     }
 }
 
+Survey readWithout(const std::string& path, std::initializer_list<std::string_view> names) {
+    const std::string text = readFile(path);
+    try {
+        Survey survey = parsed([&] { return Json::parse(withoutMembers(text, names)); });
+        for (Session& session : survey.sessions)
+            for (Point& point : session.points)
+                judgeByFile(point);
+        return survey;
+    } catch (const std::runtime_error& failure) {
+        throw FileError(path, failure.what());
+    }
+}
+
 }  // namespace
 
 Json toJson(const Parameters& it) {
@@ -323,20 +337,11 @@ Survey readSurvey(const std::string& path) {
 }
 
 Survey readResults(const std::string& path) {
-    const std::string text = readFile(path);
-    const auto keep = [](int /*depth*/, Json::parse_event_t event, Json& key) {
-        return event != Json::parse_event_t::key ||
-               (key != "details" && key != "facts" && key != "settings");
-    };
-    try {
-        Survey survey = parsed([&] { return Json::parse(text, keep); });
-        for (Session& session : survey.sessions)
-            for (Point& point : session.points)
-                judgeByFile(point);
-        return survey;
-    } catch (const std::runtime_error& failure) {
-        throw FileError(path, failure.what());
-    }
+    return readWithout(path, {"details", "facts", "settings"});
+}
+
+Survey readFacts(const std::string& path) {
+    return readWithout(path, {"points"});
 }
 
 void writeSurvey(const std::string& path, const Survey& survey) {

@@ -113,6 +113,8 @@ Survey readSurvey(const std::string& path);
 /// tenths of a file. Figures are computed from the samples; what only the details show is the
 /// file's word.
 Survey readResults(const std::string& path);
+/// The same the other way round: without points.
+Survey readFacts(const std::string& path);
 void writeSurvey(const std::string& path, const Survey& survey);
 
 }  // namespace survey
