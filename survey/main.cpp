@@ -17,6 +17,7 @@ struct Row {
 constexpr Row commands[] = {
     {"run", "measure this machine", survey::addRunCommand},
     {"check", "tell how this machine is set up for measuring", survey::addCheckCommand},
+    {"show", "the tables of survey files", survey::addShowCommand},
 };
 
 std::string lineOf(int argc, char** argv) {

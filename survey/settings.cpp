@@ -9,7 +9,7 @@
 
 #include "machine/reading.h"
 #include "machine/text.h"
-#include "survey/show.h"
+#include "survey/columns.h"
 
 namespace survey {
 namespace {
