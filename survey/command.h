@@ -25,5 +25,6 @@ using Command = std::function<int()>;
 Command addRunCommand(CLI::App& app, const std::string& commandLine);
 Command addCheckCommand(CLI::App& app, const std::string& commandLine);
 Command addShowCommand(CLI::App& app, const std::string& commandLine);
+Command addReportCommand(CLI::App& app, const std::string& commandLine);
 
 }  // namespace survey

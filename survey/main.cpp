@@ -18,6 +18,7 @@ constexpr Row commands[] = {
     {"run", "measure this machine", survey::addRunCommand},
     {"check", "tell how this machine is set up for measuring", survey::addCheckCommand},
     {"show", "the tables of survey files", survey::addShowCommand},
+    {"report", "a page with charts from survey files", survey::addReportCommand},
 };
 
 std::string lineOf(int argc, char** argv) {
