@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 
+#include "survey/columns.h"
 #include "survey/show.h"
 
 namespace survey {

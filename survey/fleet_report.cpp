@@ -4,8 +4,8 @@
 #include <array>
 #include <cstdio>
 
+#include "survey/columns.h"
 #include "survey/node_list.h"
-#include "survey/show.h"
 #include "survey/verdict.h"
 
 namespace survey {

@@ -1,6 +1,7 @@
 #include "survey/levels.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 
 namespace survey {
@@ -32,28 +33,57 @@ LevelFigure figureOf(std::vector<const Point*> points) {
     return figure;
 }
 
+/// Of these CPUs those that use a cache; all of them where nobody tells who does.
+std::vector<unsigned> usersOf(const Json& cache, const std::vector<unsigned>& cpus) {
+    const auto found = cache.find("cpus");
+    const auto list = found != cache.end() && found->is_string()
+                          ? machine::parseNumberList(found->get<std::string>())
+                          : std::nullopt;
+    if (!list || list->empty())
+        return cpus;
+    std::vector<unsigned> users;
+    std::ranges::copy_if(cpus, std::back_inserter(users),
+                         [&](unsigned cpu) { return machine::contains(*list, cpu); });
+    return users;
+}
+
+bool holdsData(const Json& cache) {
+    const auto isNumber = [&](const char* key) {
+        const auto found = cache.find(key);
+        return found != cache.end() && found->is_number_integer();
+    };
+    return cache.is_object() && isNumber("level") && isNumber("size_bytes") &&
+           cache.value("type", Json()) != "instruction";
+}
+
+std::string placeOf(const Parameters& parameters) {
+    std::string text = (parameters.cpus.size() == 1 ? "CPU " : "CPUs ") + cpusText(parameters.cpus);
+    if (parameters.nodes)
+        text += (parameters.nodes->size() == 1 ? ", node " : ", nodes ") +
+                machine::listText(*parameters.nodes);
+    if (parameters.pages && *parameters.pages != Kestrel::pkSystem)
+        text += ", pages of " + std::string(nameOf(*parameters.pages));
+    return text;
+}
+
 }  // namespace
 
-std::vector<LevelSize> levelSizes(const Json& facts, unsigned cpu) {
-    std::map<unsigned, LevelSize> sizes;
-    if (const auto caches = facts.find("caches"); caches != facts.end())
+std::vector<LevelSize> levelSizes(const Json& facts, const std::vector<unsigned>& cpus) {
+    std::map<unsigned, std::uint64_t> sizes;
+    if (const auto caches = facts.find("caches"); caches != facts.end() && !cpus.empty())
         for (const Json& cache : *caches) {
-            const auto cpus = cache.value("cpus", Json());
-            const auto list =
-                machine::parseNumberList(cpus.is_string() ? cpus.get<std::string>() : "");
-            const bool ofThisCpu = !list || list->empty() || machine::contains(*list, cpu);
-            if (ofThisCpu && cache.value("type", "") != "instruction" &&
-                cache.value("size_bytes", Json()).is_number())
-                sizes[cache.at("level").get<unsigned>()] = {
-                    .name = "L" + std::to_string(cache.at("level").get<unsigned>()),
-                    .bytes = cache.at("size_bytes").get<std::uint64_t>(),
-                    .cpus = list.value_or(machine::NumberList())};
+            if (!holdsData(cache))
+                continue;
+            const std::vector<unsigned> users = usersOf(cache, cpus);
+            if (std::ranges::find(users, cpus.front()) != users.end())
+                sizes[cache.at("level").get<unsigned>()] =
+                    cache.at("size_bytes").get<std::uint64_t>() / users.size();
         }
     std::vector<LevelSize> levels;
     levels.reserve(sizes.size() + 1);
-    for (auto& [level, size] : sizes)
-        levels.push_back(std::move(size));
-    levels.push_back({.name = "memory", .bytes = std::nullopt});
+    for (const auto& [level, bytes] : sizes)
+        levels.push_back({"L" + std::to_string(level), bytes});
+    levels.push_back({"memory", std::nullopt});
     return levels;
 }
 
@@ -79,6 +109,25 @@ std::vector<Level> levelsOf(const std::vector<LevelSize>& sizes,
         levels.push_back(std::move(level));
     }
     return levels;
+}
+
+std::vector<Hierarchy> hierarchiesOf(const Session& session) {
+    std::vector<Hierarchy> all;
+    for (const Point& point : session.points) {
+        if (point.plan != "hierarchy")
+            continue;
+        const std::string place = placeOf(point.parameters);
+        auto found = std::ranges::find(all, place, &Hierarchy::place);
+        if (found == all.end())
+            found = all.insert(all.end(), {place, {}, {}, {}});
+        found->points.push_back(&point);
+        if (std::ranges::find(found->patterns, point.parameters.pattern) == found->patterns.end())
+            found->patterns.push_back(point.parameters.pattern);
+    }
+    for (Hierarchy& each : all)
+        each.levels =
+            levelsOf(levelSizes(session.facts, each.points.front()->parameters.cpus), each.points);
+    return all;
 }
 
 }  // namespace survey

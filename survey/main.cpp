@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "survey/command.h"
+#include "survey/file.h"
 #include "versionkit/version.h"
 
 namespace {
@@ -19,6 +20,8 @@ struct Row {
 constexpr Row commands[] = {
     {"run", "measure this machine", survey::addRunCommand},
     {"check", "tell how this machine is set up for measuring", survey::addCheckCommand},
+    {"show", "the tables of survey files", survey::addShowCommand},
+    {"report", "a page with charts from survey files", survey::addReportCommand},
     {"compare", "tell what differs between two surveys", survey::addCompareCommand},
     {"fleet", "which of many hosts stand out among their peers", survey::addFleetCommand},
     {"export", "a survey in a format that other programs read", survey::addExportCommand},

@@ -82,30 +82,11 @@ Detail detailFrom(const Json& json) {
 }
 
 Json toJson(const Point& it) {
-    const UnitText& unit = textOf(it.unit());
-    const bool known = it.summary.count != 0;
-    const auto orUnknown = [known](double value) { return known ? Json(value) : Json(); };
-    Json details = Json::array();
+    Json json = resultsOf(it);
+    Json& details = json["details"] = Json::array();
     for (const Detail& detail : it.details)
         details.push_back(toJson(detail));
-    return {{"plan", it.plan},
-            {"parameters", toJson(it.parameters)},
-            {"array_bytes", it.arrayBytes},
-            {"unit", unit.inFile},
-            {"better", unit.higherIsBetter ? "higher" : "lower"},
-            {"limit", orNull(it.limit)},
-            {"unsupported", it.unsupported.empty() ? Json() : Json(it.unsupported)},
-            {"value", orUnknown(it.summary.value)},
-            {"median", orUnknown(it.summary.median)},
-            {"min", orUnknown(it.summary.min)},
-            {"max", orUnknown(it.summary.max)},
-            {"cv", orUnknown(it.summary.cv)},
-            {"interval", known ? Json{it.summary.low, it.summary.high} : Json()},
-            {"verdict", nameOf(it.verdict)},
-            {"causes", it.causes},
-            {"load", orNull(it.load)},
-            {"samples", it.samples},
-            {"details", details}};
+    return json;
 }
 
 /// What the JSON library says, less its own name and number in brackets.
@@ -299,6 +280,29 @@ std::uint64_t Detail::mostTicks() const {
     for (const WorkerWork& worker : workers)
         most = std::max(most, worker.ticks);
     return most;
+}
+
+Json resultsOf(const Point& it) {
+    const UnitText& unit = textOf(it.unit());
+    const bool known = it.summary.count != 0;
+    const auto orUnknown = [known](double value) { return known ? Json(value) : Json(); };
+    return {{"plan", it.plan},
+            {"parameters", toJson(it.parameters)},
+            {"array_bytes", it.arrayBytes},
+            {"unit", unit.inFile},
+            {"better", unit.higherIsBetter ? "higher" : "lower"},
+            {"limit", orNull(it.limit)},
+            {"unsupported", it.unsupported.empty() ? Json() : Json(it.unsupported)},
+            {"value", orUnknown(it.summary.value)},
+            {"median", orUnknown(it.summary.median)},
+            {"min", orUnknown(it.summary.min)},
+            {"max", orUnknown(it.summary.max)},
+            {"cv", orUnknown(it.summary.cv)},
+            {"interval", known ? Json{it.summary.low, it.summary.high} : Json()},
+            {"verdict", nameOf(it.verdict)},
+            {"causes", it.causes},
+            {"load", orNull(it.load)},
+            {"samples", it.samples}};
 }
 
 std::string textOf(const Survey& survey) {

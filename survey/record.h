@@ -102,6 +102,9 @@ struct Survey {
 
 /// As the file has them.
 Json toJson(const Parameters& parameters);
+/// A point as it stands in the file, less its samples' details.
+Json resultsOf(const Point& point);
+
 /// The text of a survey file: a point a line.
 std::string textOf(const Survey& survey);
 /// What follows from the samples is computed anew. Throws std::runtime_error with the reason.

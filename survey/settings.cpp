@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <thread>
 
+#include "survey/columns.h"
 #include "survey/cpu_times.h"
-#include "survey/show.h"
 
 namespace survey {
 namespace {

@@ -1,11 +1,12 @@
 /// A survey as tables for people.
 #pragma once
 
-#include <functional>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "survey/record.h"
+#include "survey/several.h"
 
 namespace survey {
 
@@ -20,7 +21,10 @@ struct Shown {
 /// level of the memory gives.
 void show(std::ostream& out, const Survey& survey, const Session& session, const Shown& shown = {});
 
-/// "12.3": three or four digits that matter, for people.
-std::string figureText(double value);
+std::vector<const Point*> pointsShown(const Session& session, const Shown& shown);
+
+/// The same sessions, points (but for their samples' details) and levels as in the tables, in the
+/// format "kestrel-survey-show/1".
+Json showJson(const std::vector<SurveyFile>& files, const Shown& shown = {});
 
 }  // namespace survey

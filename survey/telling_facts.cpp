@@ -3,7 +3,7 @@
 #include <array>
 #include <set>
 
-#include "survey/show.h"
+#include "survey/columns.h"
 
 namespace survey {
 namespace {

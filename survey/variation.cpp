@@ -8,16 +8,6 @@
 namespace survey {
 namespace {
 
-/// Bytes of all arrays of the point that share a cache with these CPUs.
-std::uint64_t bytesIn(const machine::NumberList& cacheCpus, const Parameters& parameters) {
-    const std::uint64_t size = parameters.sizeBytes.value_or(0);
-    if (rowOf(parameters).sharesArray() || cacheCpus.empty())
-        return size;
-    return size *
-           static_cast<std::uint64_t>(std::ranges::count_if(
-               parameters.cpus, [&](unsigned cpu) { return machine::contains(cacheCpus, cpu); }));
-}
-
 std::vector<Variation> parsed(const Json& json) {
     std::vector<Variation> all;
     for (const Json& kind : json.at("kinds"))
@@ -40,10 +30,12 @@ Kind kindOf(const Parameters& parameters, const Json& facts) {
         return {"", "arithmetic"};
     if (unit == Unit::secondsPerAccess)
         return {"", "sharing"};
-    if (!parameters.cpus.empty())
-        for (const LevelSize& level : levelSizes(facts, parameters.cpus.front()))
-            if (level.bytes && bytesIn(level.cpus, parameters) <= *level.bytes / 4 * 3)
-                return {parameters.pattern, level.name};
+    std::vector<unsigned> cpus = parameters.cpus;
+    if (rowOf(parameters).sharesArray() && !cpus.empty())
+        cpus.resize(1);  // one array, which may fill a cache that they share
+    for (const LevelSize& level : levelSizes(facts, cpus))
+        if (level.bytes && parameters.sizeBytes.value_or(0) <= *level.bytes / 4 * 3)
+            return {parameters.pattern, level.name};
     return {parameters.pattern, "memory"};
 }
 

@@ -90,7 +90,7 @@ TEST(Levels, AreToldByPointsWellInside) {
           {{"level", 1}, {"type", "instruction"}, {"size_bytes", 65536}, {"cpus", "0"}},
           {{"level", 1}, {"type", "data"}, {"size_bytes", 1024}, {"cpus", "1"}},
           {{"level", 2}, {"type", "unified"}, {"size_bytes", 2097152}, {"cpus", "0-1"}}}}};
-    const auto sizes = levelSizes(facts, 0);
+    const auto sizes = levelSizes(facts, {0});
     ASSERT_EQ(sizes.size(), 3u);
     EXPECT_EQ(sizes[0].bytes, 49152u);
     Session session = madeUpSession(

@@ -1,0 +1,36 @@
+# cmake -D OUTPUT=FILE.cpp -D "FILES=NAME=PATH;..." -P embed.cmake: text files as constants of a C++
+# source, each with its hash as a Content-Security-Policy takes it.
+
+# A browser compares the hash, in base64, with that of the bytes between the tags.
+function(policy_hash path result)
+    set(digits "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/")
+    file(SHA256 "${path}" hex)
+    set(text "")
+    # Three hexadecimal digits are two of base64; the 64th, which has no company, is one.
+    foreach(start RANGE 0 63 3)
+        string(SUBSTRING "${hex}00" ${start} 3 three)
+        math(EXPR high "0x${three} >> 6")
+        math(EXPR low "0x${three} & 63")
+        string(SUBSTRING "${digits}" ${high} 1 first)
+        string(SUBSTRING "${digits}" ${low} 1 second)
+        if(start EQUAL 63)
+            set(second "")
+        endif()
+        string(APPEND text "${first}${second}")
+    endforeach()
+    set(${result} "'sha256-${text}='" PARENT_SCOPE)
+endfunction()
+
+set(source "#include \"survey/report/embedded.h\"\n\nnamespace survey::embedded {\n")
+foreach(item IN LISTS FILES)
+    string(REGEX MATCH "^([^=]+)=(.+)$" matched "${item}")
+    set(name ${CMAKE_MATCH_1})
+    set(path "${CMAKE_MATCH_2}")
+    file(READ "${path}" text)
+    string(APPEND source "\nconst std::string_view ${name} = R\"embedded(${text})embedded\";\n")
+    if(name MATCHES "^(style|script|library)$")
+        policy_hash("${path}" hash)
+        string(APPEND source "const std::string_view ${name}Hash = \"${hash}\";\n")
+    endif()
+endforeach()
+file(WRITE "${OUTPUT}" "${source}\n}  // namespace survey::embedded\n")
