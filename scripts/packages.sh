@@ -3,12 +3,13 @@
 # Debian packages by job. The headers of Boost and CLI11 serve both widths.
 build_packages=(cmake ninja-build g++ g++-multilib libboost-thread-dev libcli11-dev
     nlohmann-json3-dev)
-test_packages=(googletest binutils qemu-user libhwloc-dev man-db zsh fish)
+test_packages=(googletest binutils qemu-user libhwloc-dev python3-jsonschema man-db zsh fish)
 fuzz_packages=(clang libclang-rt-dev)
 lint_packages=(clang-format clang-tidy)
 package_packages=(binutils dpkg-dev)
 machine_packages=(bochs bochs-term bochsbios vgabios qemu-system-x86 binutils busybox-static cpio
     lz4 zstd xz-utils)
+fleet_packages=(munge slurmctld slurmd slurm-client clustershell python3)
 
 fail() { echo "dev: $*" >&2; exit 1; }
 

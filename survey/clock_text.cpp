@@ -22,6 +22,19 @@ std::string utcNow() {
     return text.data();
 }
 
+std::optional<double> secondsOf(const std::string& utc) {
+    tm parts{};
+    int milli = 0, read = 0;
+    const int fields =
+        std::sscanf(utc.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%3dZ%n", &parts.tm_year, &parts.tm_mon,
+                    &parts.tm_mday, &parts.tm_hour, &parts.tm_min, &parts.tm_sec, &milli, &read);
+    if (fields != 7 || static_cast<std::size_t>(read) != utc.size())
+        return std::nullopt;
+    parts.tm_year -= 1900;
+    parts.tm_mon -= 1;
+    return static_cast<double>(timegm(&parts)) + milli / 1e3;
+}
+
 std::string spanText(double seconds) {
     const auto whole = std::lround(seconds);
     if (whole < 60)

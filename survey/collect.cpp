@@ -112,7 +112,7 @@ class Collector {
             point.unsupported = none->reason;
             return true;
         }
-        Sample& sample = std::get<Sample>(taken);
+        auto& sample = std::get<Sample>(taken);
         if (sample.value == 0) {
             point.unsupported = "nothing counts: kestrel or this processor cannot do it";
             return true;

@@ -24,5 +24,8 @@ using Command = std::function<int()>;
 /// Each declares a subcommand's options to `app`, which lives until the command has run.
 Command addRunCommand(CLI::App& app, const std::string& commandLine);
 Command addCheckCommand(CLI::App& app, const std::string& commandLine);
+Command addCompareCommand(CLI::App& app, const std::string& commandLine);
+Command addExportCommand(CLI::App& app, const std::string& commandLine);
+Command addFleetCommand(CLI::App& app, const std::string& commandLine);
 
 }  // namespace survey

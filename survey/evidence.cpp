@@ -10,7 +10,7 @@ using Speaks = EvidenceKind::Speaks;
 
 constexpr auto kinds = std::to_array<EvidenceKind>({
     {"run_queue_wait_share", "run queue", "other work ran on its CPU and it waited", Speaks::above,
-     0.005, 0.02},
+     0.01, 0.02},
     {"steal_share", "steal", "the hypervisor gave its CPU to others", Speaks::above, 0.005, 0.02},
     {"throttled_share", "quota", "its control group's CPU quota ran out", Speaks::above, 0, 0.02},
     {"heat_throttles", "heat", "the processor lowered its clock because of heat", Speaks::above, 0,
@@ -32,7 +32,7 @@ constexpr auto kinds = std::to_array<EvidenceKind>({
      0},
     {"memory_pressure_share", "memory pressure", "memory was short", Speaks::above, 0.01, 0},
     {"cpu_pressure_share", "CPU pressure", "work waited for CPUs", Speaks::above, 0.1, 0},
-    {"involuntary_switches", "switches", "it was interrupted by other work", Speaks::above, 5, 0},
+    {"involuntary_switches", "switches", "it was interrupted by other work", Speaks::above, 10, 0},
     {"load_average", "", "tasks that wanted to run in the last minute", Speaks::never, 0, 0},
     {"huge_pages_share", "", "part of the memory in huge pages", Speaks::never, 0, 0},
 });

@@ -87,7 +87,7 @@ EvidenceSpan::EvidenceSpan(const machine::Facts& facts, Watched given)
     readThreads(before);
 }
 
-void EvidenceSpan::readThread(long thread, Reading& reading) const {
+void EvidenceSpan::readThread(long thread, Reading& reading) {
     const std::string schedule = readFile(here, taskFile(thread, "schedstat")).value_or("");
     std::string_view rest = schedule;  // nanoseconds run, waited; slices
     takeUntil(rest, ' ');
@@ -112,19 +112,7 @@ void EvidenceSpan::readThreads(Reading& reading) const {
 
 void EvidenceSpan::readMachine(Reading& reading) const {
     reading.nanoseconds = tern_system_time();
-    const std::string stat = readFile(here, "/proc/stat").value_or("");
-    for (std::string_view rest = stat; rest.starts_with("cpu");) {
-        const auto fields = machine::words(takeUntil(rest, '\n'));
-        const auto cpu = parseNumber(std::string_view(fields[0]).substr(3));
-        // user nice system idle iowait irq softirq steal
-        constexpr std::size_t steal = 8;
-        if (!cpu || fields.size() <= steal)
-            continue;
-        Reading::CpuTime time{.busy = 0, .stolen = parseNumber(fields[steal]).value_or(0)};
-        for (const std::size_t busy : {1u, 2u, 3u, 6u, 7u})
-            time.busy += parseNumber(fields[busy]).value_or(0);
-        reading.cpus[static_cast<unsigned>(*cpu)] = time;
-    }
+    reading.cpus = cpuTimes();
     reading.throttled = throttledTime(groups);
     reading.cpuPressure = pressure("/proc/pressure/cpu");
     reading.memoryPressure = pressure("/proc/pressure/memory");

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "machine/facts.h"
+#include "survey/cpu_times.h"
 #include "survey/evidence.h"
 
 namespace survey {
@@ -23,7 +24,7 @@ struct Watched {
 /// or so each, and so are best made while passes do not count.
 class EvidenceSpan {
   public:
-    EvidenceSpan(const machine::Facts& facts, Watched watched);
+    EvidenceSpan(const machine::Facts& facts, Watched given);
     [[nodiscard]] Evidence end() const;
 
   private:
@@ -32,16 +33,13 @@ class EvidenceSpan {
         std::int64_t nanoseconds = 0;
         std::map<long, std::uint64_t> waited;  ///< nanoseconds, by thread
         std::map<long, std::uint64_t> switches, faults;
-        struct CpuTime {
-            std::uint64_t busy, stolen;  ///< clock ticks
-        };
         std::map<unsigned, CpuTime> cpus;
         std::optional<std::uint64_t> throttled, cpuPressure, memoryPressure;  ///< microseconds
         std::optional<std::uint64_t> heatThrottles;
     };
     void readMachine(Reading& reading) const;
     void readThreads(Reading& reading) const;
-    void readThread(long thread, Reading& reading) const;
+    static void readThread(long thread, Reading& reading);
     void addCpuTimes(const Reading& after, double sharePerTick, Evidence& evidence) const;
 
     Watched watched;

@@ -33,7 +33,7 @@ class Temporary {
         made = descriptor >= 0;
         return made;
     }
-    bool writeAll(const std::string& text) const {
+    [[nodiscard]] bool writeAll(const std::string& text) const {
         for (std::size_t done = 0; done < text.size();) {
             const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
             if (count < 0 && errno == EINTR)

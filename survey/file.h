@@ -10,7 +10,12 @@ namespace survey {
 class FileError : public std::runtime_error {
   public:
     FileError(const std::string& path, const std::string& reason)
-        : std::runtime_error(path + ": " + reason) {}
+        : std::runtime_error(path + ": " + reason), reasonAt(path.size() + 2) {}
+    /// Without the path.
+    [[nodiscard]] const char* reason() const { return what() + reasonAt; }
+
+  private:
+    std::size_t reasonAt;
 };
 
 /// Throws FileError.

@@ -35,7 +35,7 @@ LevelFigure figureOf(std::vector<const Point*> points) {
 }  // namespace
 
 std::vector<LevelSize> levelSizes(const Json& facts, unsigned cpu) {
-    std::map<unsigned, std::uint64_t> sizes;
+    std::map<unsigned, LevelSize> sizes;
     if (const auto caches = facts.find("caches"); caches != facts.end())
         for (const Json& cache : *caches) {
             const auto cpus = cache.value("cpus", Json());
@@ -44,13 +44,16 @@ std::vector<LevelSize> levelSizes(const Json& facts, unsigned cpu) {
             const bool ofThisCpu = !list || list->empty() || machine::contains(*list, cpu);
             if (ofThisCpu && cache.value("type", "") != "instruction" &&
                 cache.value("size_bytes", Json()).is_number())
-                sizes[cache.at("level").get<unsigned>()] =
-                    cache.at("size_bytes").get<std::uint64_t>();
+                sizes[cache.at("level").get<unsigned>()] = {
+                    .name = "L" + std::to_string(cache.at("level").get<unsigned>()),
+                    .bytes = cache.at("size_bytes").get<std::uint64_t>(),
+                    .cpus = list.value_or(machine::NumberList())};
         }
     std::vector<LevelSize> levels;
-    for (const auto& [level, bytes] : sizes)
-        levels.push_back({"L" + std::to_string(level), bytes});
-    levels.push_back({"memory", std::nullopt});
+    levels.reserve(sizes.size() + 1);
+    for (auto& [level, size] : sizes)
+        levels.push_back(std::move(size));
+    levels.push_back({.name = "memory", .bytes = std::nullopt});
     return levels;
 }
 

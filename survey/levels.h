@@ -14,6 +14,7 @@ namespace survey {
 struct LevelSize {
     std::string name;  ///< "L1", "L2", "L3", "memory"
     std::optional<std::uint64_t> bytes;
+    machine::NumberList cpus{};  ///< that share it; empty where that is not known
 };
 
 /// Of the CPU's data and unified caches, as a session's facts tell; memory last. Only memory where

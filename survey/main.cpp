@@ -1,6 +1,8 @@
 /// kestrel-survey: a machine's memory and arithmetic in a minute, each figure with its trust.
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <iostream>
 
 #include "survey/command.h"
@@ -17,6 +19,9 @@ struct Row {
 constexpr Row commands[] = {
     {"run", "measure this machine", survey::addRunCommand},
     {"check", "tell how this machine is set up for measuring", survey::addCheckCommand},
+    {"compare", "tell what differs between two surveys", survey::addCompareCommand},
+    {"fleet", "which of many hosts stand out among their peers", survey::addFleetCommand},
+    {"export", "a survey in a format that other programs read", survey::addExportCommand},
 };
 
 std::string lineOf(int argc, char** argv) {
@@ -60,9 +65,13 @@ int main(int argc, char** argv) {
     constexpr int usage = 2, cannot = 3;
     try {
         const int status = parseAndRun(argc, argv);
+        errno = 0;
         std::cout.flush();
         // Results that nobody received (a full disk, a closed output) are no success.
-        return std::cout.good() ? status : cannot;
+        if (!std::cout.good())
+            throw survey::FileError("standard output",
+                                    errno != 0 ? std::strerror(errno) : "cannot be written");
+        return status;
     } catch (const survey::UsageError& failure) {
         return fail(usage, failure);
     } catch (const std::exception& failure) {

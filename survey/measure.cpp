@@ -129,12 +129,14 @@ struct CoreReadings {
 
     explicit CoreReadings(const std::vector<unsigned>& cpus) {
         constexpr std::size_t most = 8;
+        constexpr int enough = 9;  // a single one may be interrupted, and then be anything
         for (std::size_t i = 0; i < std::min(cpus.size(), most); ++i) {
             if (!Kestrel::pinThread(cpus[i]))
                 continue;
-            processor::CoreClock reading;
-            reading.read();
-            takeLower(clock, reading.cyclesPerTick());
+            processor::CoreClock readings;
+            for (int reading = 0; reading < enough; ++reading)
+                readings.read();
+            takeLower(clock, readings.cyclesPerTick());
             takeLower(additions, processor::additionsPerCycle());
         }
     }
@@ -195,6 +197,19 @@ double valueOf(Unit unit, const std::vector<WorkerWork>& workers, double counter
 Meter::Meter(const Ground& ground, double counterHz, SampleTimes times)
     : ground(ground), counterHz(counterHz), times(times) {}
 
+std::optional<double> Meter::slowestByte(const Parameters& parameters) const {
+    constexpr std::uint64_t large = 1 << 23;  // smaller arrays say little of memory
+    std::optional<double> slowest;
+    for (const auto& [other, found] : known) {
+        Parameters ofThisSize = other;
+        ofThisSize.sizeBytes = parameters.sizeBytes;
+        if (other.sizeBytes.value_or(0) >= large && ofThisSize == parameters)
+            slowest = std::max(slowest.value_or(0),
+                               found.passSeconds / static_cast<double>(*other.sizeBytes));
+    }
+    return slowest;
+}
+
 Meter::Known Meter::expected(const Parameters& parameters) const {
     if (const auto found = known.find(parameters); found != known.end())
         return found->second;
@@ -202,8 +217,9 @@ Meter::Known Meter::expected(const Parameters& parameters) const {
     constexpr double bytesPerSecond = 6e9, preparedPerSecond = 1.5e9, shortPass = 0.005;
     const double bytes = static_cast<double>(parameters.sizeBytes.value_or(0));
     const bool chase = unitOf(parameters) == Unit::secondsPerLoad;
+    const double aByte = slowestByte(parameters).value_or(1 / bytesPerSecond);
     return {
-        .passSeconds = std::max(shortPass, chase ? 0.03 : bytes / bytesPerSecond),
+        .passSeconds = std::max(shortPass, chase ? 0.03 : bytes * aByte),
         .prepareSeconds = bytes * static_cast<double>(parameters.cpus.size()) / preparedPerSecond};
 }
 
@@ -276,7 +292,6 @@ std::variant<Sample, NoSample> Meter::takeOnce(const Parameters& parameters) {
     sleepFor(times.coolDown);
     all(&Kestrel::Crew::finish);
     sample.detail.workers = endAll(team, unit, sample.arrayBytes);
-    // Right now: the core keeps the clock of the work for a moment.
     const CoreReadings coresAfter(parameters.cpus);
     if (load) {
         std::uint64_t unused = 0;

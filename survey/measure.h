@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <map>
+#include <optional>
 #include <string>
 #include <variant>
 
@@ -44,6 +45,8 @@ class Meter {
         double passSeconds;  ///< of the slowest worker
         double prepareSeconds;
     };
+    /// Seconds for a byte in a pass of the point with another, large size.
+    [[nodiscard]] std::optional<double> slowestByte(const Parameters& parameters) const;
     [[nodiscard]] Known expected(const Parameters& parameters) const;
     [[nodiscard]] std::chrono::milliseconds measuredFor(const Parameters& parameters) const;
     std::variant<Sample, NoSample> takeOnce(const Parameters& parameters);

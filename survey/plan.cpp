@@ -240,7 +240,7 @@ std::vector<Parameters> ownPoints(const Ground& ground, const Choices& choices) 
     };
     std::vector<Parameters> points;
     for (const std::string& pattern : orDefault(choices.patterns, std::string("a-l")))
-        for (const std::uint64_t size : orDefault(choices.sizes, std::uint64_t{16 * kibibyte}))
+        for (const std::uint64_t size : orDefault(choices.sizes, std::uint64_t{16} * kibibyte))
             for (const std::uint32_t word : orDefault(choices.words, wide))
                 for (const std::uint32_t stride : orDefault(choices.strides, std::uint32_t{0}))
                     for (const Place& place : onOneCpu(ground, choices)) {
@@ -289,7 +289,7 @@ const Plan* findPlan(std::string_view name) {
 
 std::vector<std::uint64_t> gridSizes(const Ground& ground, unsigned perOctave) {
     // Where nobody tells the size of the caches, as far as most machines' memory begins.
-    const std::uint64_t cache = ground.lastLevelBytes.value_or(64 * mebibyte);
+    const std::uint64_t cache = ground.lastLevelBytes.value_or(std::uint64_t{64} * mebibyte);
     const std::uint64_t last = std::min(4 * cache, ground.largestArray);
     return sizesBetween(ground.pageBytes, std::max(last, ground.pageBytes), perOctave,
                         ground.pageBytes);
@@ -297,7 +297,7 @@ std::vector<std::uint64_t> gridSizes(const Ground& ground, unsigned perOctave) {
 
 std::uint64_t memorySize(const Ground& ground, std::size_t arrays) {
     const std::uint64_t cache = ground.lastLevelBytes.value_or(64 * mebibyte);
-    const std::uint64_t wanted = std::max<std::uint64_t>(4 * cache / arrays, 64 * mebibyte);
+    const std::uint64_t wanted = std::max(4 * cache / arrays, std::uint64_t{64} * mebibyte);
     return std::bit_floor(
         std::clamp<std::uint64_t>(ground.largestArray / arrays, mebibyte, wanted));
 }

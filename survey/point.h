@@ -25,7 +25,8 @@ struct Parameters {
     std::optional<Kestrel::PageKind> pages{};
     std::vector<unsigned> loadCpus{};  ///< those that read from memory meanwhile
 
-    auto operator<=>(const Parameters&) const = default;
+    // The linter sees a 0 that should be nullptr in what the compiler makes of it.
+    auto operator<=>(const Parameters&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 /// What the figure of a point counts.

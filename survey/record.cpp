@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "survey/skim.h"
 #include "survey/verdict.h"
 #include "versionkit/version.h"
 
@@ -24,19 +25,6 @@ std::optional<Value> optionalAt(const Json& json, const char* name) {
     if (found == json.end() || found->is_null())
         return std::nullopt;
     return found->get<Value>();
-}
-
-Json toJson(const Parameters& it) {
-    Json json{{"pattern", it.pattern},
-              {"size_bytes", orNull(it.sizeBytes)},
-              {"word_bytes", orNull(it.wordBytes)},
-              {"stride_bytes", orNull(it.strideBytes)},
-              {"cpus", it.cpus},
-              {"nodes", orNull(it.nodes)},
-              {"pages", it.pages ? Json(nameOf(*it.pages)) : Json()}};
-    if (!it.loadCpus.empty())
-        json["load_cpus"] = it.loadCpus;
-    return json;
 }
 
 Parameters parametersFrom(const Json& json) {
@@ -271,7 +259,33 @@ Survey parsed(Parse parse) {
     }
 }
 
+Survey readWithout(const std::string& path, std::initializer_list<std::string_view> names) {
+    const std::string text = readFile(path);
+    try {
+        Survey survey = parsed([&] { return Json::parse(withoutMembers(text, names)); });
+        for (Session& session : survey.sessions)
+            for (Point& point : session.points)
+                judgeByFile(point);
+        return survey;
+    } catch (const std::runtime_error& failure) {
+        throw FileError(path, failure.what());
+    }
+}
+
 }  // namespace
+
+Json toJson(const Parameters& it) {
+    Json json{{"pattern", it.pattern},
+              {"size_bytes", orNull(it.sizeBytes)},
+              {"word_bytes", orNull(it.wordBytes)},
+              {"stride_bytes", orNull(it.strideBytes)},
+              {"cpus", it.cpus},
+              {"nodes", orNull(it.nodes)},
+              {"pages", it.pages ? Json(nameOf(*it.pages)) : Json()}};
+    if (!it.loadCpus.empty())
+        json["load_cpus"] = it.loadCpus;
+    return json;
+}
 
 std::uint64_t Detail::fewestPasses() const {
     std::uint64_t fewest = workers.empty() ? 0 : UINT64_MAX;
@@ -323,20 +337,11 @@ Survey readSurvey(const std::string& path) {
 }
 
 Survey readResults(const std::string& path) {
-    const std::string text = readFile(path);
-    const auto keep = [](int /*depth*/, Json::parse_event_t event, Json& key) {
-        return event != Json::parse_event_t::key ||
-               (key != "details" && key != "facts" && key != "settings");
-    };
-    try {
-        Survey survey = parsed([&] { return Json::parse(text, keep); });
-        for (Session& session : survey.sessions)
-            for (Point& point : session.points)
-                judgeByFile(point);
-        return survey;
-    } catch (const std::runtime_error& failure) {
-        throw FileError(path, failure.what());
-    }
+    return readWithout(path, {"details", "facts", "settings"});
+}
+
+Survey readFacts(const std::string& path) {
+    return readWithout(path, {"points"});
 }
 
 void writeSurvey(const std::string& path, const Survey& survey) {

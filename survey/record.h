@@ -100,6 +100,8 @@ struct Survey {
     std::vector<Session> sessions;
 };
 
+/// As the file has them.
+Json toJson(const Parameters& parameters);
 /// The text of a survey file: a point a line.
 std::string textOf(const Survey& survey);
 /// What follows from the samples is computed anew. Throws std::runtime_error with the reason.
@@ -111,6 +113,8 @@ Survey readSurvey(const std::string& path);
 /// tenths of a file. Figures are computed from the samples; what only the details show is the
 /// file's word.
 Survey readResults(const std::string& path);
+/// The same the other way round: without points.
+Survey readFacts(const std::string& path);
 void writeSurvey(const std::string& path, const Survey& survey);
 
 }  // namespace survey

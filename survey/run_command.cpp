@@ -26,7 +26,7 @@ std::vector<std::string> itemsOf(const std::string& list) {
 }
 
 std::vector<std::string> parsePatterns(const std::string& list) {
-    const auto items = itemsOf(list);
+    auto items = itemsOf(list);
     for (const std::string& name : items)
         if (Kestrel::findPattern(name) == nullptr)
             throw UsageError("--pattern: there is no pattern '" + name + "'");
@@ -45,7 +45,7 @@ std::vector<std::uint32_t> parseNumbers(const char* option, const std::string& l
 }
 
 std::vector<std::uint32_t> parseWords(const std::string& list) {
-    const auto words = parseNumbers("--word", list);
+    auto words = parseNumbers("--word", list);
     for (const std::uint32_t word : words)
         if (std::ranges::find(Kestrel::wordSizes, word) == std::end(Kestrel::wordSizes))
             throw UsageError("--word: there are no words of " + std::to_string(word) + " bytes");

@@ -4,11 +4,9 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
-#include <map>
 #include <thread>
 
-#include "machine/reading.h"
-#include "machine/text.h"
+#include "survey/cpu_times.h"
 #include "survey/show.h"
 
 namespace survey {
@@ -127,33 +125,18 @@ Setting hypervisor(const machine::Facts& facts) {
             "other guests share caches and memory, unseen; repeat at other times"};
 }
 
-/// Busy clock ticks of each CPU since boot.
-std::map<unsigned, std::uint64_t> busyTicks() {
-    std::map<unsigned, std::uint64_t> busy;
-    const std::string stat = machine::readFile(machine::thisMachine(), "/proc/stat").value_or("");
-    for (std::string_view rest = stat; rest.starts_with("cpu");) {
-        const auto fields = machine::words(machine::takeUntil(rest, '\n'));
-        const auto cpu = machine::parseNumber(std::string_view(fields[0]).substr(3));
-        if (!cpu || fields.size() < 8)
-            continue;
-        for (const std::size_t field : {1u, 2u, 3u, 6u, 7u})
-            busy[static_cast<unsigned>(*cpu)] += machine::parseNumber(fields[field]).value_or(0);
-    }
-    return busy;
-}
-
 /// CPUs that were busy for more than a fifth of a short while.
 std::optional<machine::NumberList> busyCpus() {
-    const auto before = busyTicks();
+    const auto before = cpuTimes();
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    const auto after = busyTicks();
+    const auto after = cpuTimes();
     if (after.empty())
         return std::nullopt;
     constexpr std::uint64_t fewTicks = 4;  // of 20
     machine::NumberList busy;
-    for (const auto& [cpu, ticks] : after)
+    for (const auto& [cpu, time] : after)
         if (const auto old = before.find(cpu);
-            old != before.end() && ticks - old->second > fewTicks)
+            old != before.end() && time.busy - old->second.busy > fewTicks)
             busy.push_back(cpu);
     return busy;
 }

@@ -125,7 +125,7 @@ std::vector<Column> columnsFor(const std::vector<const Point*>& points) {
 }
 
 /// Characters, as a terminal shows them; all texts here are ASCII but for a label.
-std::string padded(std::string text, std::size_t width, bool left) {
+std::string padded(const std::string& text, std::size_t width, bool left) {
     const std::string blanks(width > text.size() ? width - text.size() : 0, ' ');
     return left ? text + blanks : blanks + text;
 }

@@ -19,11 +19,6 @@ constexpr std::uint32_t longPassAccesses = 100'000, longPassLoops = 20'000;
 /// The calling worker has not made a pass yet. A worker's thread runs one pattern once.
 thread_local bool fresh = true;
 
-std::uint32_t wordCodeOf(std::uint32_t word) {
-    const auto* const found = std::ranges::find(Kestrel::wordSizes, word);
-    return static_cast<std::uint32_t>(std::distance(std::begin(Kestrel::wordSizes), found)) + 1;
-}
-
 /// What the pattern takes for its size: the array's, or how much a pass does.
 std::uint32_t amountOf(const Parameters& parameters) {
     switch (rowOf(parameters).arrayUse) {
@@ -63,7 +58,8 @@ std::unique_ptr<WarmedPattern> makePattern(const Parameters& parameters) {
     return std::make_unique<WarmedPattern>(
         rowOf(parameters)
             .build(
-                {.wordCode = wordCodeOf(parameters.wordBytes.value_or(Kestrel::wordSizes[0])),
+                {.wordCode =
+                     Kestrel::wordCodeOf(parameters.wordBytes.value_or(Kestrel::wordSizes[0])),
                  .stride = parameters.strideBytes.value_or(0),
                  .repeat = static_cast<std::uint32_t>(std::min<std::uint64_t>(repeat, UINT32_MAX)),
                  .size = amountOf(parameters)}));

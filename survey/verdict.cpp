@@ -113,7 +113,7 @@ std::string_view nameOf(Verdict verdict) {
 }
 
 std::optional<Verdict> verdictNamed(std::string_view name) {
-    const auto found = std::ranges::find(verdictNames, name);
+    const auto* const found = std::ranges::find(verdictNames, name);
     if (found == verdictNames.end())
         return std::nullopt;
     return static_cast<Verdict>(found - verdictNames.begin());

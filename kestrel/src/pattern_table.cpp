@@ -74,14 +74,6 @@ const PatternRow& rowOf(std::uint32_t id) {
     return *std::ranges::find(patternTable, id != 0 ? id : defaultId, &PatternRow::id);
 }
 
-/// The code of the first word size for any that is none.
-std::uint32_t wordCodeOf(std::uint32_t word) {
-    const auto* const found = std::ranges::find(wordSizes, word);
-    return found != std::end(wordSizes)
-               ? static_cast<std::uint32_t>(std::distance(std::begin(wordSizes), found)) + 1
-               : 1;
-}
-
 std::uint32_t arraySizeFor(ArrayUse use, const PatternParameters& p, std::uint32_t word,
                            std::uint32_t cpuCount) {
     switch (use) {

@@ -139,7 +139,7 @@ TEST(FlopPatterns, RefuseWhatHasNoKernel) {
                                                    {fp_double, 6, fo_add, 1},
                                                    {fp_double, 0, fo_add, 1},
                                                    {0, lc1, fo_add, 1},
-                                                   {fp_double, lc1, 4, 1},
+                                                   {fp_double, lc1, 99, 1},
                                                    {fp_double, lc4, fo_fma, 0}})
         EXPECT_EQ(FlopPattern(precision, lanes, operation, loops).run(nullptr, 0, result, phase),
                   psInvalidParameters);

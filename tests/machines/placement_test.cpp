@@ -9,7 +9,9 @@
 #include <fstream>
 #include <thread>
 
+#include "crew.h"
 #include "mask.h"
+#include "patterns/array_patterns.h"
 #include "watched_run.h"
 
 namespace fs = std::filesystem;
@@ -93,6 +95,27 @@ TEST(Placement, SpillsFromAFullNodeAndGoesOn) {
     ASSERT_EQ(run.arrays().size(), 1u);
     EXPECT_GE(run.arrays().front()[0], 64 * mebibyte);
     EXPECT_EQ(run.wait().status, 0);
+}
+
+// The pool of 2 MiB pages is node 0's alone, and here, too, the kernel takes what there is.
+TEST(Placement, IsToldByTheCrew) {
+    constexpr std::uint32_t size = 8 << 20, pages = size / 4096;
+    const auto placed = [](unsigned long nodes, Kestrel::PageKind kind) {
+        Kestrel::ArrayLPattern pattern(Kestrel::wc64, 64, 1);
+        Kestrel::Crew crew({.pattern = &pattern,
+                            .cpus = {0, 2},
+                            .arraySize = size,
+                            .nodes = nodes,
+                            .pages = kind});
+        EXPECT_EQ(crew.assemble().cause, Kestrel::CrewFailure::none);
+        crew.runOnce();
+        return crew.placement();
+    };
+    for (const unsigned long nodes : {1, 2, 3}) {
+        EXPECT_EQ(placed(nodes, Kestrel::pk4K).elsewhere(nodes), 0u);
+        EXPECT_EQ(placed(nodes, Kestrel::pk2M).onNode.at(0), 2 * pages) << "nodes " << nodes;
+    }
+    EXPECT_EQ(placed(2, Kestrel::pk2M).elsewhere(2), 2 * pages);
 }
 
 TEST(Placement, RefusesWhatIsNotThere) {

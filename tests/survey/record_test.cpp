@@ -64,8 +64,10 @@ TEST(Record, SaysInALineWhatIsWrong) {
     EXPECT_EQ(with("\"plan\":\"hierarchy\",\"parameters\"", "\"parameters\""),
               "sessions[0]: points[0]: key 'plan' not found");
     EXPECT_EQ(with("\"l-r\"", "\"l-x\""), "sessions[0]: points[0]: there is no pattern 'l-x'");
-    EXPECT_EQ(with("[2e-09,2.1e-09,", "[2e-09,-1,"), "sessions[0]: points[0]: a sample is not positive");
-    EXPECT_EQ(with("[2e-09,2.1e-09,", "[2e-09,"), "sessions[0]: points[0]: samples and details differ in number");
+    EXPECT_EQ(with("[2e-09,2.1e-09,", "[2e-09,-1,"),
+              "sessions[0]: points[0]: a sample is not positive");
+    EXPECT_EQ(with("[2e-09,2.1e-09,", "[2e-09,"),
+              "sessions[0]: points[0]: samples and details differ in number");
     EXPECT_EQ(with("\"counter_hz\":1000000000.0", "\"counter_hz\":\"fast\""),
               "sessions[0]: type must be number, but is string");
 }

@@ -17,6 +17,14 @@ constexpr std::uint64_t wordBytes(std::uint32_t code) {
     return code >= 1 && code <= std::size(wordSizes) ? wordSizes[code - 1] : 0;
 }
 
+/// The code of a word size; of the first one for any that is none.
+constexpr std::uint32_t wordCodeOf(std::uint32_t word) {
+    for (std::uint32_t code = wc8; code <= std::size(wordSizes); ++code)
+        if (wordBytes(code) == word)
+            return code;
+    return wc8;
+}
+
 class ArrayLPattern : public BenchmarkBasePattern {
   public:
     /// `stride` in bytes; `repeat` is the number of sweeps of one call of a repeating kernel.
