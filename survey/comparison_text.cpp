@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 #include "survey/columns.h"
@@ -16,10 +17,19 @@ std::string counted(std::size_t count, const std::string& thing) {
     return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-std::string signedPercent(double share) {
+/// No tenths where they would only cost room.
+std::string percentText(const char* form, double share) {
     std::array<char, 32> text;
-    std::snprintf(text.data(), text.size(), "%+.1f", 100 * share);
+    std::snprintf(text.data(), text.size(), form, std::abs(share) < 0.9995 ? 1 : 0, 100 * share);
     return text.data();
+}
+
+std::string signedPercent(double share) {
+    return percentText("%+.*f", share);
+}
+
+std::string percent(double share) {
+    return percentText("%.*f%%", share);
 }
 
 std::string flushRight(const std::string& text, std::size_t columns) {
@@ -75,22 +85,25 @@ std::string factText(const Json& value) {
                              : value.is_string()
                                  ? value.get<std::string>()
                                  : value.dump(-1, ' ', false, Json::error_handler_t::replace);
-    return cut(text, width);
+    return cut(text, width - 6);
 }
 
 void showFacts(std::ostream& out, const Comparison& comparison) {
+    constexpr std::size_t most = 20;
     if (comparison.facts.empty())
         return;
     out << "\nwhat else differs\n";
-    for (const FactDifference& fact : comparison.facts) {
+    for (std::size_t i = 0; i < std::min(most, comparison.facts.size()); ++i) {
+        const FactDifference& fact = comparison.facts[i];
         const std::string name = "  " + fact.name + ": ", old = factText(fact.before),
                           fresh = factText(fact.after);
         if (name.size() + old.size() + fresh.size() + 4 <= width)
             out << name << old << " -> " << fresh << '\n';
         else
-            out << name << "\n      " << cut(old, width - 6) << "\n   -> " << cut(fresh, width - 6)
-                << '\n';
+            out << name << "\n      " << old << "\n   -> " << fresh << '\n';
     }
+    if (comparison.facts.size() > most)
+        out << "  and " << comparison.facts.size() - most << " more: --format json lists all\n";
 }
 
 /// The point's text, less the nodes where all points have the same.
@@ -123,21 +136,15 @@ class Names {
     std::size_t longest = 5;
 };
 
-std::string percent(double share) {
-    std::array<char, 32> text;
-    std::snprintf(text.data(), text.size(), "%.1f%%", 100 * share);
-    return text.data();
-}
-
 /// What the change rests on, or why it cannot be told.
 std::string groundOf(const ComparedPoint& point) {
     if (point.difference)
-        return flushRight(signedPercent(point.difference->low) + " to " +
+        return flushRight(signedPercent(point.difference->low) + ".." +
                               signedPercent(point.difference->high),
                           14) +
-               flushRight(percent(point.difference->smallest), 7);
+               flushRight(percent(point.difference->smallest), 6);
     const bool old = !point.before.isTrusted();
-    return (old ? "  old " : "  new ") + (old ? point.before : point.after).trouble;
+    return std::string(old ? "  old " : "  new ") + (old ? point.before : point.after).trouble;
 }
 
 std::string unitFor(const UnitText& unit) {
@@ -169,7 +176,7 @@ void showPoints(std::ostream& out, const Comparison& comparison, Conclusion conc
     out << '\n'
         << nameOf(conclusion) << '\n'
         << flushLeft("point", names.columns())
-        << "    unit    old    new      %  95% interval  finds\n";
+        << "    unit    old    new      %  95% interval finds\n";
     for (const ComparedPoint& point : comparison.points)
         if (point.conclusion() == conclusion)
             showPoint(out, point, names);

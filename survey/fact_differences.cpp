@@ -28,34 +28,22 @@ constexpr std::array<std::string_view, 11> foremost{"processor.name",
                                                     "program.commit",
                                                     "program.compiler"};
 
-bool isFleeting(std::string_view name) {
-    return std::ranges::find(fleeting, name) != fleeting.end();
-}
-
-/// The same without members that are fleeting, however deep.
-Json lasting(const Json& json) {
-    if (!json.is_structured())
-        return json;
-    Json kept = json.is_array() ? Json::array() : Json::object();
-    for (const auto& [name, value] : json.items()) {
-        if (json.is_array())
-            kept.push_back(lasting(value));
-        else if (!isFleeting(name))
-            kept[name] = lasting(value);
-    }
-    return kept;
+bool isListOfObjects(const Json& value) {
+    return value.is_array() && !value.empty() &&
+           std::ranges::all_of(value, [](const Json& element) { return element.is_object(); });
 }
 
 void add(Values& values, const std::string& name, const Json& value) {
     if (value.is_object()) {
         for (const auto& [member, inner] : value.items())
-            if (!isFleeting(member))
+            if (std::ranges::find(fleeting, member) == fleeting.end())
                 add(values, name + (name.empty() ? "" : ".") + member, inner);
-        return;
+    } else if (isListOfObjects(value)) {
+        for (std::size_t i = 0; i < value.size(); ++i)
+            add(values, name + "[" + std::to_string(i) + "]", value[i]);
+    } else if (auto& known = values[name]; std::ranges::find(known, value) == known.end()) {
+        known.push_back(value);
     }
-    std::vector<Json>& known = values[name];
-    if (Json kept = lasting(value); std::ranges::find(known, kept) == known.end())
-        known.push_back(std::move(kept));
 }
 
 Values valuesOf(const Survey& survey) {
@@ -87,7 +75,9 @@ Json oneOrAll(const Values& values, const std::string& name) {
 }
 
 std::size_t rankOf(const FactDifference& it) {
-    return static_cast<std::size_t>(std::ranges::find(foremost, it.name) - foremost.begin());
+    const auto found = std::ranges::find_if(
+        foremost, [&](std::string_view name) { return it.name.starts_with(name); });
+    return static_cast<std::size_t>(found - foremost.begin());
 }
 
 }  // namespace
