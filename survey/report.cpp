@@ -128,7 +128,7 @@ std::string methodWords() {
            std::to_string(fewestPasses) + " passes, a figure more than " +
            percentText(limitTolerance) +
            " above what the core can do, memory on other nodes, or a counter without a constant "
-           "rate. Vertical bars span the smallest and the largest sample.";
+           "rate.";
 }
 
 /// What the patterns of these sessions do.
@@ -145,10 +145,13 @@ Table patternTable(const std::vector<Entry>& entries) {
 }
 
 std::string bodyOf(const std::vector<Entry>& entries, Drawings& drawings) {
+    constexpr const char* marksWords =
+        "A hollow mark is a noisy figure, its bar spans all samples. Dashed: what a cache holds.";
+    const std::string size = drawings.add(sizeCharts(entries));
     const std::string sharing = matrices(entries, sharingMatrices);
     const std::string nodes = matrices(entries, nodeMatrices);
     return section("Summary", summaries(entries)) +
-           section("Size", drawings.add(sizeCharts(entries))) +
+           section("Size", size.empty() ? "" : paragraph(marksWords) + size) +
            section("Scaling", drawings.add(scalingCharts(entries))) +
            section("Latency under load", drawings.add(loadedCharts(entries))) +
            section("Arithmetic",
