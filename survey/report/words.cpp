@@ -62,17 +62,21 @@ std::string_view meaningOfCause(std::string_view cause) {
     return other != otherCauses.end() ? other->second : "";
 }
 
+std::string numbered(std::size_t count) {
+    return std::to_string(count) + (count == 1 ? " is" : " are");
+}
+
 using Counts = std::map<Verdict, std::size_t>;
 
 std::string verdictWords(const Session& session, Counts counts) {
     std::string text = "Of " + counted(session.points.size(), "point") + ", " +
-                       std::to_string(counts[Verdict::ok]) + " are ok";
+                       numbered(counts[Verdict::ok]) + " ok";
     if (const std::size_t noisy = counts[Verdict::noisy]; noisy != 0)
-        text += "; " + std::to_string(noisy) +
-                " are noisy (~): measured again, they may differ by more than " +
+        text += "; " + numbered(noisy) +
+                " noisy (~), and may differ when measured again by more than " +
                 percentText(noisyHalfWidth);
     if (const std::size_t invalid = counts[Verdict::invalid]; invalid != 0)
-        text += "; " + std::to_string(invalid) + " are invalid and not drawn";
+        text += "; " + numbered(invalid) + " invalid and not drawn";
     if (const std::size_t missing = counts[Verdict::unsupported]; missing != 0)
         text += "; " + std::to_string(missing) + " could not be measured";
     return text + ".";
