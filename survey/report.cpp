@@ -36,9 +36,16 @@ std::string titleOf(const std::vector<Entry>& entries) {
 
 std::string summaries(const std::vector<Entry>& entries) {
     std::string html;
-    for (const Entry& entry : entries)
-        html += entries.size() == 1 ? summaryOf(entry)
-                                    : "<h3>" + escaped(entry.name) + "</h3>\n" + summaryOf(entry);
+    std::string said;
+    for (const Entry& entry : entries) {
+        if (entries.size() > 1)
+            html += "<h3>" + escaped(entry.name) + "</h3>\n";
+        if (const std::string machine = machineWords(entry); machine != said) {
+            html += paragraph(machine);
+            said = machine;
+        }
+        html += summaryOf(entry);
+    }
     return html;
 }
 
@@ -79,6 +86,14 @@ std::string matrices(const std::vector<Entry>& entries,
     return html.empty() ? "" : paragraph("The deeper the colour, the slower.") + html;
 }
 
+std::string verdictText(const Point& point) {
+    std::string text(nameOf(point.verdict));
+    for (const std::string& cause : point.causes)
+        text += (&cause == &point.causes.front() ? ": " : ", ") + cause;
+    return text;
+}
+
+/// As in the tables for a terminal, but with all causes.
 Table pointTable(const PointTable& points) {
     Table table{.caption = points.plan + ", " + std::string(textOf(points.unit).forPeople),
                 .heads = {},
@@ -89,7 +104,8 @@ Table pointTable(const PointTable& points) {
     for (const Point* const point : points.points) {
         std::vector<Cell> row;
         for (const Column& column : columns)
-            row.push_back({column.text(*point), "", column.left ? "text" : ""});
+            row.push_back({column.text(*point), "", column.left ? textLook : ""});
+        row.back().text = verdictText(*point);
         table.rows.push_back(std::move(row));
     }
     return table;
@@ -128,7 +144,7 @@ std::string methodWords() {
            std::to_string(fewestPasses) + " passes, a figure more than " +
            percentText(limitTolerance) +
            " above what the core can do, memory on other nodes, or a counter without a constant "
-           "rate. Vertical bars span the smallest and the largest sample.";
+           "rate.";
 }
 
 /// What the patterns of these sessions do.
@@ -145,10 +161,13 @@ Table patternTable(const std::vector<Entry>& entries) {
 }
 
 std::string bodyOf(const std::vector<Entry>& entries, Drawings& drawings) {
+    constexpr const char* marksWords =
+        "A hollow mark is a noisy figure, its bar spans all samples. Dashed: what a cache holds.";
+    const std::string size = drawings.add(sizeCharts(entries));
     const std::string sharing = matrices(entries, sharingMatrices);
     const std::string nodes = matrices(entries, nodeMatrices);
     return section("Summary", summaries(entries)) +
-           section("Size", drawings.add(sizeCharts(entries))) +
+           section("Size", size.empty() ? "" : paragraph(marksWords) + size) +
            section("Scaling", drawings.add(scalingCharts(entries))) +
            section("Latency under load", drawings.add(loadedCharts(entries))) +
            section("Arithmetic",

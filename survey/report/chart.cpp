@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 #include "survey/columns.h"
 
@@ -50,6 +51,15 @@ Json toJson(const Chart::Series& series) {
             {"marks", marks}};
 }
 
+void shortenKinds(std::vector<Line>& lines) {
+    std::map<std::string, std::set<std::string>> kinds;
+    for (const Line& line : lines)
+        kinds[line.brief].insert(line.kind);
+    for (Line& line : lines)
+        if (kinds[line.brief].size() == 1)
+            line.kind = line.brief;
+}
+
 }  // namespace
 
 bool isDrawable(const Point& point) {
@@ -68,6 +78,7 @@ Mark markOf(const Point& point, double x) {
 
 std::vector<Chart> arranged(const Chart& empty, std::vector<Line> lines,
                             const std::vector<Entry>& entries) {
+    shortenKinds(lines);
     const bool several = entries.size() > 1;
     std::vector<Chart> charts;
     for (Line& line : lines) {

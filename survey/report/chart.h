@@ -22,7 +22,8 @@ struct Mark {
 
 /// The figures of one session that belong together.
 struct Line {
-    std::string kind;   ///< what tells it from the session's other lines, "a-l"
+    std::string kind;   ///< what tells it from the session's other lines
+    std::string brief;  ///< stands for the kind where no other kind has the same
     std::size_t entry;  ///< the session's place among those of the report
     std::vector<Mark> marks;
 };

@@ -106,31 +106,41 @@
         },
     };
 
-    // The capacities of caches.
+    // The capacities of caches: a line below the figures, its text above them.
+    const edgesOf = (chart, draw) => {
+        const { ctx: context, scales: { x: axis } } = chart;
+        context.save();
+        for (const edge of chart.options.plugins.edges.all)
+            if (edge.x > axis.min && edge.x < axis.max)
+                draw(context, axis.getPixelForValue(edge.x), chart.chartArea, edge.text);
+        context.restore();
+    };
     const edges = {
         id: "edges",
-        beforeDatasetsDraw(chart, _, options) {
-            const { ctx: context, chartArea: area, scales: { x: axis } } = chart;
-            context.save();
-            context.strokeStyle = context.fillStyle = colour("faint");
-            context.font = Chart.defaults.font.size + "px " + Chart.defaults.font.family;
-            context.setLineDash([4, 4]);
-            context.textAlign = "right";
-            for (const edge of options.all ?? []) {
-                if (edge.x < axis.min || edge.x > axis.max)
-                    continue;
-                const x = axis.getPixelForValue(edge.x);
+        beforeDatasetsDraw(chart) {
+            edgesOf(chart, (context, x, area) => {
+                context.strokeStyle = colour("faint");
+                context.setLineDash([4, 4]);
                 context.beginPath();
                 context.moveTo(x, area.top);
                 context.lineTo(x, area.bottom);
                 context.stroke();
+            });
+        },
+        afterDatasetsDraw(chart) {
+            edgesOf(chart, (context, x, area, text) => {
+                Object.assign(context, {
+                    font: Chart.defaults.font.size + "px " + Chart.defaults.font.family,
+                    textAlign: "right", textBaseline: "bottom", lineWidth: 4, lineJoin: "round",
+                    strokeStyle: colour("paper"), fillStyle: colour("faint"),
+                });
                 context.save();
-                context.translate(x - 4, area.top + 4);
+                context.translate(x - 2, area.top + 4);
                 context.rotate(-Math.PI / 2);
-                context.fillText(edge.text, 0, 0);
+                context.strokeText(text, 0, 0);
+                context.fillText(text, 0, 0);
                 context.restore();
-            }
-            context.restore();
+            });
         },
     };
 
@@ -146,7 +156,7 @@
     const datasetOf = (series) => ({
         label: series.name, tone: series.tone, group: series.group, plain: series.plain,
         data: series.marks, showLine: true, borderWidth: 2,
-        pointStyle: shapes[series.tone % shapes.length],
+        pointStyle: series.plain ? "line" : shapes[series.tone % shapes.length], clip: 8,
         pointRadius: series.plain ? 0 : 4, pointHoverRadius: series.plain ? 3 : 6, pointHitRadius: 8,
     });
 
@@ -182,7 +192,9 @@
             display: new Set(groups).size <= 16,
             position: "bottom",
             labels: {
-                usePointStyle: true,
+                usePointStyle: true, boxHeight: 8,
+                generateLabels: (of) => Chart.defaults.plugins.legend.labels.generateLabels(of)
+                    .map((item) => ({ ...item, fillStyle: item.strokeStyle })),
                 filter: (item) => groups.indexOf(groups[item.datasetIndex]) === item.datasetIndex,
             },
             onClick: (_, item, legend) => {

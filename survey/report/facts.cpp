@@ -75,7 +75,12 @@ std::string governors(const Json& facts) {
     std::vector<std::string> texts;
     for (const Json& each : listAt(facts, "/power/governors"))
         texts.push_back(factText(each, "/governor") + " on CPUs " + factText(each, "/cpus"));
-    return listOf(texts);
+    return texts.empty() ? factText(facts, "/power/governors") : listOf(texts);
+}
+
+std::string cpuQuota(const Json& facts) {
+    const bool none = factText(facts, "/limits/cpu_quota/limited") == "no";
+    return none ? "none" : factText(facts, "/limits/cpu_quota/cpus");
 }
 
 std::string instructionSets(const Json& facts) {
@@ -127,13 +132,13 @@ Rows factRows() {
             {"family, model, stepping", familyText},
             {"microcode", fact("/processor/microcode")},
             {"nominal clock", clock("/processor/nominal_frequency_hz")},
-            {"told by", fact("/processor/nominal_frequency_source")},
+            {"nominal clock told by", fact("/processor/nominal_frequency_source")},
             {"instruction sets", fact(instructionSets)},
             {"packages", fact("/topology/packages")},
             {"cores", fact("/topology/cores")},
             {"CPUs online", fact("/topology/online_cpus")},
             {"CPUs allowed", fact("/limits/cpus")},
-            {"CPU quota", fact("/limits/cpu_quota/cpus")},
+            {"CPU quota", fact(cpuQuota)},
             {"caches", fact(caches)},
             {"nodes", fact(nodes)},
             {"memory", size("/memory/total_bytes")},

@@ -86,8 +86,11 @@ std::string htmlOf(const Table& table) {
     if (!table.caption.empty())
         html += "<caption>" + escaped(table.caption) + "</caption>";
     html += "\n<thead><tr>";
-    for (const std::string& head : table.heads)
-        html += "<th scope=\"col\">" + escaped(head) + "</th>";
+    for (std::size_t i = 0; i < table.heads.size(); ++i) {
+        const bool isText = !table.rows.empty() && table.rows.front()[i].look == textLook;
+        html += isText ? "<th scope=\"col\" class=\"text\">" : "<th scope=\"col\">";
+        html += escaped(table.heads[i]) + "</th>";
+    }
     html += "</tr></thead>\n<tbody>\n";
     for (const std::vector<Cell>& row : table.rows) {
         html += "<tr>";

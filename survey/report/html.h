@@ -30,6 +30,9 @@ struct Cell {
     std::string look{};  ///< a class of the style sheet
 };
 
+/// The look of cells that are flush left among figures, and of their head.
+inline constexpr const char* textLook = "text";
+
 struct Table {
     std::string caption;
     std::vector<std::string> heads;       ///< the first one is that of the rows' names

@@ -55,20 +55,8 @@ std::vector<Chart::Edge> cacheEdges(const std::vector<Entry>& entries) {
     return edges;
 }
 
-/// The pattern's name, where one line alone is of that pattern.
-void shortenKinds(std::vector<Line>& lines, const std::vector<std::string>& patterns) {
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        const auto same = [&, j = std::size_t{0}](const std::string& other) mutable {
-            return lines[j++].entry == lines[i].entry && other == patterns[i];
-        };
-        if (std::ranges::count_if(patterns, same) == 1)
-            lines[i].kind = patterns[i];
-    }
-}
-
 std::vector<Chart> sizeChartsOf(Unit unit, const Chart& empty, const std::vector<Entry>& entries) {
     std::vector<Line> lines;
-    std::vector<std::string> patterns;
     for (std::size_t entry = 0; entry < entries.size(); ++entry) {
         const auto groups = alike(
             *entries[entry].session,
@@ -81,7 +69,7 @@ std::vector<Chart> sizeChartsOf(Unit unit, const Chart& empty, const std::vector
         for (const auto& [key, points] : groups) {
             if (points.size() < 2)
                 continue;
-            Line line{textOf(key), entry, {}};
+            Line line{textOf(key), key.pattern, entry, {}};
             for (const Point* const point : points) {
                 const std::uint64_t size = *point->parameters.sizeBytes;
                 Mark mark = markOf(*point, static_cast<double>(size));
@@ -90,10 +78,8 @@ std::vector<Chart> sizeChartsOf(Unit unit, const Chart& empty, const std::vector
                 line.marks.push_back(mark);
             }
             lines.push_back(std::move(line));
-            patterns.push_back(key.pattern);
         }
     }
-    shortenKinds(lines, patterns);
     return arranged(empty, std::move(lines), entries);
 }
 
@@ -121,7 +107,7 @@ Line scalingLine(std::size_t entry, const Parameters& key, const Points& points)
         kind += ", " + sizeText(*key.sizeBytes);
     if (key.pages && *key.pages != Kestrel::pkSystem)
         kind += ", pages of " + std::string(nameOf(*key.pages));
-    Line line{kind, entry, {}};
+    Line line{kind, kind, entry, {}};
     for (const Point* const point : points) {
         const std::size_t count = point->parameters.cpus.size();
         Mark mark = markOf(*point, static_cast<double>(count));
@@ -188,7 +174,8 @@ std::vector<Chart> loadedCharts(const std::vector<Entry>& entries) {
                  [](Parameters& it) { it.loadCpus.clear(); })) {
             if (points.size() < 2)  // nothing but the load tells these apart
                 continue;
-            Line line{textOf(key), entry, {}};
+            Line line{
+                textOf(key), key.pattern + ", " + sizeText(key.sizeBytes.value_or(0)), entry, {}};
             for (const Point* const point : points) {
                 const std::size_t readers = point->parameters.loadCpus.size();
                 const double load = point->load.value_or(0) * 1e-9;
@@ -215,10 +202,12 @@ std::vector<Chart> kernelTables(const std::vector<Entry>& entries) {
                  *entries[entry].session,
                  [](const Point& it) { return it.unit() == Unit::operationsPerSecond; },
                  [](Parameters& it) { it.pattern.clear(); })) {
-            Line line{(key.cpus.size() == 1 ? "CPU " : "CPUs ") + cpusText(key.cpus), entry, {}};
+            const std::string cpus = (key.cpus.size() == 1 ? "CPU " : "CPUs ") + cpusText(key.cpus);
+            Line line{cpus, cpus, entry, {}};
             for (const Point* const point : points) {
                 Mark mark = markOf(*point, 0);
                 mark.row = point->parameters.pattern;
+                mark.rowOrder = rowOf(point->parameters).id;
                 line.marks.push_back(mark);
             }
             lines.push_back(std::move(line));

@@ -129,8 +129,7 @@ Chart emptyChart(const std::string& cpus) {
             .axis = Axis::intensity,
             .xTitle = "flop for each byte read",
             .yTitle = "Gflop/s",
-            .ownTable = Table{.caption = "How much arithmetic a byte takes until the kernels, not "
-                                         "the memory, set the pace",
+            .ownTable = Table{.caption = "From this much work on, the kernels set the pace",
                               .heads = {"data in", "GB/s", "flop/byte, single precision",
                                         "flop/byte, double precision"},
                               .rows = {}}};

@@ -25,24 +25,6 @@ std::string joined(const std::vector<std::string>& texts) {
     return all;
 }
 
-/// What the host of the file says of itself, and the facts of the system.
-std::string machineWords(const Entry& entry) {
-    const Host& host = entry.host();
-    std::string text = host.name + " has " + counted(host.cpus, "CPU");
-    if (host.packages != 0)
-        text += " in " + counted(host.packages, "package");
-    text += " (" + host.processor + ")";
-    if (host.memoryBytes != 0)
-        text += " and " + sizeText(host.memoryBytes) + " of memory";
-    const Json& facts = entry.session->facts;
-    text += ". It ran " + factText(facts, "/system/operating_system") + ", kernel " +
-            factText(facts, "/system/kernel_release");
-    const std::string hypervisor = factText(facts, "/system/hypervisor");
-    if (hypervisor != "None" && hypervisor != unknownFact)
-        text += ", as a guest: its hypervisor calls itself " + hypervisor;
-    return text + ".";
-}
-
 std::string levelWords(const Hierarchy& hierarchy, const std::string& pattern) {
     std::vector<std::string> figures;
     Unit unit{};
@@ -51,7 +33,7 @@ std::string levelWords(const Hierarchy& hierarchy, const std::string& pattern) {
             if (figure.pattern == pattern) {
                 unit = figure.unit;
                 figures.push_back(
-                    (figure.verdict == Verdict::noisy ? "about " : "") +
+                    (figure.verdict == Verdict::noisy ? "~" : "") +
                     figureText(figure.value * textOf(unit).scale) + " in " + level.size.name +
                     (level.size.bytes ? " (" + sizeText(*level.size.bytes) + ")" : ""));
             }
@@ -71,27 +53,30 @@ constexpr auto otherCauses = std::to_array<std::pair<std::string_view, std::stri
     {"above the core's limit", "more than the units of the core can do"},
 });
 
-std::string explained(const std::string& cause) {
+std::string_view meaningOfCause(std::string_view cause) {
     for (const EvidenceKind& kind : evidenceKinds())
         if (kind.cause == cause)
-            return cause + ": " + std::string(kind.text);
+            return kind.text;
     const auto* const other =
         std::ranges::find(otherCauses, cause, [](const auto& it) { return it.first; });
-    return other != otherCauses.end() ? cause + ": " + std::string(other->second) : cause;
+    return other != otherCauses.end() ? other->second : "";
+}
+
+std::string numbered(std::size_t count) {
+    return std::to_string(count) + (count == 1 ? " is" : " are");
 }
 
 using Counts = std::map<Verdict, std::size_t>;
 
 std::string verdictWords(const Session& session, Counts counts) {
     std::string text = "Of " + counted(session.points.size(), "point") + ", " +
-                       std::to_string(counts[Verdict::ok]) + " can be trusted as they stand";
+                       numbered(counts[Verdict::ok]) + " ok";
     if (const std::size_t noisy = counts[Verdict::noisy]; noisy != 0)
-        text += "; " + std::to_string(noisy) +
-                " are noisy (~): a repetition may well differ by "
-                "more than " +
+        text += "; " + numbered(noisy) +
+                " noisy (~), and may differ when measured again by more than " +
                 percentText(noisyHalfWidth);
     if (const std::size_t invalid = counts[Verdict::invalid]; invalid != 0)
-        text += "; " + std::to_string(invalid) + " are invalid and not drawn";
+        text += "; " + numbered(invalid) + " invalid and not drawn";
     if (const std::size_t missing = counts[Verdict::unsupported]; missing != 0)
         text += "; " + std::to_string(missing) + " could not be measured";
     return text + ".";
@@ -109,9 +94,10 @@ std::string causeList(const Session& session) {
     std::string html;
     for (const auto& [key, count] : sorted) {
         const auto& [verdict, cause] = key;
+        const std::string_view meaning = meaningOfCause(cause);
         html += "<li>" +
-                escaped(counted(count, std::string(nameOf(verdict)) + " point") + ", " +
-                        explained(cause)) +
+                escaped(cause + " (" + counted(count, std::string(nameOf(verdict)) + " point") +
+                        ")" + (meaning.empty() ? "" : ": " + std::string(meaning))) +
                 "</li>\n";
     }
     return html.empty() ? "" : "<ul>\n" + html + "</ul>\n";
@@ -174,9 +160,26 @@ std::string_view meaningOf(std::string_view pattern) {
     return pattern.starts_with("f-") ? "floating-point arithmetic" : "";
 }
 
+std::string machineWords(const Entry& entry) {
+    const Host& host = entry.host();
+    std::string text = host.name + " has " + counted(host.cpus, "CPU");
+    if (host.packages != 0)
+        text += " in " + counted(host.packages, "package");
+    text += " (" + host.processor + ")";
+    if (host.memoryBytes != 0)
+        text += " and " + sizeText(host.memoryBytes) + " of memory";
+    const Json& facts = entry.session->facts;
+    text += ". It ran " + factText(facts, "/system/operating_system") + ", kernel " +
+            factText(facts, "/system/kernel_release");
+    const std::string hypervisor = factText(facts, "/system/hypervisor");
+    if (hypervisor != "None" && hypervisor != unknownFact)
+        text += ", as a guest: its hypervisor calls itself " + hypervisor;
+    return text + ".";
+}
+
 std::string summaryOf(const Entry& entry) {
     const Session& session = *entry.session;
-    std::string html = paragraph(machineWords(entry));
+    std::string html;
     if (!session.complete)
         html +=
             "<p class=\"warning\">The session was cut short: this is what it had measured.</p>\n";

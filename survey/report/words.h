@@ -7,7 +7,9 @@
 
 namespace survey {
 
-/// HTML: the machine, its levels, and what is not to be trusted and why.
+/// Text: what the machine is.
+std::string machineWords(const Entry& entry);
+/// HTML: the levels of its memory, and what is not to be trusted and why.
 std::string summaryOf(const Entry& entry);
 
 /// What a pattern does, in a few words; empty for one that is not known.
