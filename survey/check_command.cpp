@@ -3,8 +3,8 @@
 #include <iostream>
 
 #include "survey/command.h"
-#include "survey/plan.h"
-#include "survey/settings.h"
+#include "survey/run/plan.h"
+#include "survey/run/settings.h"
 
 namespace survey {
 namespace {

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "survey/command.h"
-#include "survey/comparison_text.h"
+#include "survey/compare/comparison_text.h"
 
 namespace survey {
 namespace {

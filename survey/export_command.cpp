@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "survey/command.h"
-#include "survey/export.h"
+#include "survey/export/export.h"
 
 namespace survey {
 namespace {

@@ -6,8 +6,8 @@
 #include <set>
 
 #include "survey/command.h"
-#include "survey/fleet_report.h"
-#include "survey/node_list.h"
+#include "survey/fleet/fleet_report.h"
+#include "survey/fleet/node_list.h"
 
 namespace survey {
 namespace {

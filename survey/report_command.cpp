@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "survey/command.h"
-#include "survey/report.h"
+#include "survey/report/report.h"
 
 namespace survey {
 namespace {

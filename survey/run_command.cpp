@@ -8,8 +8,8 @@
 #include "mask.h"
 #include "patterns/array_patterns.h"
 #include "survey/command.h"
-#include "survey/run.h"
-#include "survey/sizes.h"
+#include "survey/run/run.h"
+#include "survey/run/sizes.h"
 #include "utilkit/scaled_number.h"
 
 namespace survey {

@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "pattern_table.h"
-#include "survey/plan.h"
+#include "survey/run/plan.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // What a comparison concludes, and kestrel-survey compare as its users run it.
-#include "survey/compare.h"
+#include "survey/compare/compare.h"
 
 #include <gtest/gtest.h>
 

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "survey/difference.h"
+#include "survey/compare/difference.h"
 
 namespace survey {
 namespace {

@@ -1,5 +1,5 @@
 // What other programs read of a survey.
-#include "survey/export.h"
+#include "survey/export/export.h"
 
 #include <gtest/gtest.h>
 

@@ -8,8 +8,8 @@
 
 #include "made_up.h"
 #include "run_program.h"
-#include "survey/fleet_report.h"
-#include "survey/node_list.h"
+#include "survey/fleet/fleet_report.h"
+#include "survey/fleet/node_list.h"
 #include "survey/skim.h"
 
 namespace survey {

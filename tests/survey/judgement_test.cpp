@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "made_up.h"
-#include "survey/collect.h"
 #include "survey/levels.h"
+#include "survey/run/collect.h"
 
 namespace survey {
 namespace {

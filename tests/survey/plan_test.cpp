@@ -1,11 +1,11 @@
 // Which points a plan has, and how sizes are asked for.
-#include "survey/plan.h"
+#include "survey/run/plan.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-#include "survey/sizes.h"
+#include "survey/run/sizes.h"
 
 namespace survey {
 namespace {

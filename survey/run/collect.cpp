@@ -1,0 +1,181 @@
+#include "survey/run/collect.h"
+
+#include <algorithm>
+#include <chrono>
+#include <numeric>
+#include <random>
+
+#include "survey/verdict.h"
+
+namespace survey {
+namespace {
+
+/// The numbers below `count` in a random order. Written out, as the library's own may differ from
+/// one to the next, and a seed should mean the same order everywhere.
+std::vector<std::size_t> shuffled(std::size_t count, std::uint64_t seed) {
+    std::vector<std::size_t> order(count);
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::mt19937_64 random(seed);
+    for (std::size_t left = count; left > 1; --left)
+        std::swap(order[left - 1], order[random() % left]);
+    return order;
+}
+
+unsigned roundsDone(const Point& point) {
+    return point.details.empty() ? 0 : point.details.back().round;
+}
+
+class Collector {
+  public:
+    Collector(Session& session, Meter& meter, const Collecting& how, const Listener& listener)
+        : session(session), meter(meter), how(how), listener(listener) {}
+
+    bool run() {
+        for (unsigned round = 1; round <= session.rounds; ++round)
+            if (!takeRound(round, pointsThatLack(round)))
+                return false;
+        // Samples beyond the rounds may take a quarter of the time that the rounds took.
+        double end = secondsSoFar() * 1.25;
+        if (how.budgetSeconds)
+            end = std::min(end, *how.budgetSeconds);
+        for (unsigned round = session.rounds + 1; round <= mostSamples; ++round)
+            if (!takeRound(round, affordable(noisyPoints(round), end - secondsSoFar())))
+                return false;
+        return true;
+    }
+
+  private:
+    [[nodiscard]] bool stopped() const { return listener.stop && listener.stop(); }
+
+    [[nodiscard]] std::vector<std::size_t> pointsThatLack(unsigned round) const {
+        std::vector<std::size_t> lacking;
+        for (std::size_t i = 0; i < session.points.size(); ++i)
+            if (session.points[i].unsupported.empty() && roundsDone(session.points[i]) < round)
+                lacking.push_back(i);
+        return lacking;
+    }
+
+    [[nodiscard]] std::vector<std::size_t> noisyPoints(unsigned round) const {
+        std::vector<std::size_t> noisy;
+        for (const std::size_t i : pointsThatLack(round))
+            if (session.points[i].verdict == Verdict::noisy)
+                noisy.push_back(i);
+        return noisy;
+    }
+
+    [[nodiscard]] double secondsOf(const std::vector<std::size_t>& points) const {
+        double seconds = 0;
+        for (const std::size_t i : points)
+            seconds += meter.expectedSeconds(session.points[i].parameters);
+        return seconds;
+    }
+
+    [[nodiscard]] double secondsSoFar() const {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    }
+
+    /// Those that fit into so much time, the quickest first.
+    [[nodiscard]] std::vector<std::size_t> affordable(std::vector<std::size_t> points,
+                                                      double seconds) const {
+        const auto cost = [&](std::size_t i) {
+            return meter.expectedSeconds(session.points[i].parameters);
+        };
+        std::ranges::stable_sort(points, {}, cost);
+        std::size_t count = 0;
+        for (; count < points.size() && seconds >= cost(points[count]); ++count)
+            seconds -= cost(points[count]);
+        points.resize(count);
+        return points;
+    }
+
+    bool takeRound(unsigned round, const std::vector<std::size_t>& points) {
+        const auto order = shuffled(points.size(), session.seed + round);
+        for (std::size_t place = 0; place < order.size(); ++place) {
+            tell(round, points, order, place);
+            if (!takeSample(session.points[points[order[place]]], round,
+                            static_cast<unsigned>(place) + 1))
+                return false;
+            ++done;
+        }
+        judge(session);
+        if (!points.empty() && listener.roundEnded)
+            listener.roundEnded(session);
+        return !stopped();
+    }
+
+    /// False where the survey is to stop; what was measured then is half a sample, and is dropped.
+    bool takeSample(Point& point, unsigned round, unsigned place) {
+        auto taken = meter.take(point.parameters);
+        if (stopped())
+            return false;
+        if (const auto* const none = std::get_if<NoSample>(&taken)) {
+            point.unsupported = none->reason;
+            return true;
+        }
+        auto& sample = std::get<Sample>(taken);
+        if (sample.value == 0) {
+            point.unsupported = "nothing counts: kestrel or this processor cannot do it";
+            return true;
+        }
+        if (point.limitPerCycle && sample.detail.clockHz)
+            point.limit = std::max(point.limit.value_or(0),
+                                   *point.limitPerCycle * *sample.detail.clockHz *
+                                       static_cast<double>(point.parameters.cpus.size()));
+        sample.detail.round = round;
+        sample.detail.order = place;
+        point.arrayBytes = sample.arrayBytes;
+        point.samples.push_back(sample.value);
+        point.details.push_back(std::move(sample.detail));
+        return true;
+    }
+
+    /// Says which sample is next, and what lies ahead.
+    void tell(unsigned round, const std::vector<std::size_t>& points,
+              const std::vector<std::size_t>& order, std::size_t place) const {
+        if (!listener.sampling)
+            return;
+        const unsigned laterRounds = round < session.rounds ? session.rounds - round : 0;
+        double left = laterRounds * secondsOf(points);
+        for (std::size_t i = place; i < order.size(); ++i)
+            left += meter.expectedSeconds(session.points[points[order[i]]].parameters);
+        const std::size_t all = done + points.size() - place + laterRounds * points.size();
+        listener.sampling(session.points[points[order[place]]], done, all, left,
+                          static_cast<std::size_t>(
+                              std::ranges::count(session.points, Verdict::noisy, &Point::verdict)));
+    }
+
+    Session& session;
+    Meter& meter;
+    const Collecting& how;
+    const Listener& listener;
+    std::size_t done = 0;  ///< samples
+    const std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
+};
+
+}  // namespace
+
+Cut cutTo(std::optional<double> budgetSeconds, unsigned rounds,
+          const std::vector<double>& secondsOfPoints) {
+    Cut cut{rounds, secondsOfPoints.size()};
+    if (!budgetSeconds)
+        return cut;
+    double round = std::accumulate(secondsOfPoints.begin(), secondsOfPoints.end(), 0.0);
+    while (cut.rounds > 1 && cut.rounds * round > *budgetSeconds)
+        --cut.rounds;
+    while (cut.points > 0 && cut.rounds * round > *budgetSeconds)
+        round -= secondsOfPoints[--cut.points];
+    return cut;
+}
+
+std::vector<double> expectedSeconds(const Session& session, const Meter& meter) {
+    std::vector<double> seconds;
+    for (const Point& point : session.points)
+        seconds.push_back(point.unsupported.empty() ? meter.expectedSeconds(point.parameters) : 0);
+    return seconds;
+}
+
+bool collect(Session& session, Meter& meter, const Collecting& how, const Listener& listener) {
+    return Collector(session, meter, how, listener).run();
+}
+
+}  // namespace survey

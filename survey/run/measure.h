@@ -1,0 +1,65 @@
+/// One sample of a point.
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "survey/record.h"
+#include "survey/run/plan.h"
+
+namespace survey {
+
+/// How long a sample takes at least; a point whose passes are long takes as long as five of them.
+struct SampleTimes {
+    std::chrono::milliseconds warmUp{12}, measured{60}, coolDown{2};
+};
+
+struct Sample {
+    double value = 0;  ///< in the point's unit
+    std::uint64_t arrayBytes = 0;
+    Detail detail;  ///< less its round and order
+};
+
+/// Why there is no sample, in words.
+struct NoSample {
+    std::string reason;
+};
+
+/// Takes samples one after the other. Its thread runs on a CPU of its own where there is one.
+class Meter {
+  public:
+    Meter(const Ground& ground, double counterHz, SampleTimes times);
+
+    /// A sample on a crew of its own, with fresh memory. A sample of too few passes is taken once
+    /// more, for longer. A signal that interrupts its sleeps cuts it short.
+    std::variant<Sample, NoSample> take(const Parameters& parameters);
+
+    /// Seconds that a sample is going to take, by what former ones of the point took.
+    [[nodiscard]] double expectedSeconds(const Parameters& parameters) const;
+
+  private:
+    struct Known {
+        double passSeconds;  ///< of the slowest worker
+        double prepareSeconds;
+    };
+    /// Seconds for a byte in a pass of the point with another, large size.
+    [[nodiscard]] std::optional<double> slowestByte(const Parameters& parameters) const;
+    [[nodiscard]] Known expected(const Parameters& parameters) const;
+    [[nodiscard]] std::chrono::milliseconds measuredFor(const Parameters& parameters) const;
+    std::variant<Sample, NoSample> takeOnce(const Parameters& parameters);
+    void moveAwayFrom(const Parameters& parameters) const;
+
+    const Ground& ground;
+    double counterHz;
+    SampleTimes times;
+    std::map<Parameters, Known> known;
+};
+
+/// Turns what workers did into a figure: what they obtained together; for times the mean of what
+/// each of them waited. 0 where one of them counted nothing.
+double valueOf(Unit unit, const std::vector<WorkerWork>& workers, double counterHz);
+
+}  // namespace survey

@@ -1,0 +1,280 @@
+#include "survey/run/run.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <random>
+
+#include "machine/json.h"
+#include "machine/text.h"
+#include "survey/clock_text.h"
+#include "survey/run/claim.h"
+#include "survey/run/core_limit.h"
+#include "survey/run/progress.h"
+#include "survey/run/settings.h"
+#include "survey/show.h"
+#include "survey/verdict.h"
+
+namespace survey {
+namespace {
+
+/// The signal that asked for the end; 0: none has.
+volatile std::sig_atomic_t endedBy = 0;
+
+/// SIGINT and SIGTERM end the survey after the sample under way; they interrupt sleeps.
+void catchSignals() {
+    struct sigaction action {};
+    action.sa_handler = [](int signal) { endedBy = signal; };
+    for (const int signal : {SIGINT, SIGTERM})
+        sigaction(signal, &action, nullptr);
+}
+
+std::string randomId() {
+    std::random_device random;
+    std::array<char, 40> text;
+    std::snprintf(text.data(), text.size(), "%08x%08x%08x%08x", random(), random(), random(),
+                  random());
+    return text.data();
+}
+
+Host hostOf(const machine::Facts& facts, const std::string& name) {
+    return {
+        .name = name.empty() ? facts.system.hostName.value_or("unknown") : machine::validText(name),
+        .processor = facts.processor.name.value_or("unknown"),
+        .cpus = facts.topology.cpus.size(),
+        .packages = facts.topology.packages.value_or(0),
+        .memoryBytes = facts.memory.totalBytes.value_or(0)};
+}
+
+/// CPUs and nodes that were asked for and are not there, or not for this process.
+void checkPlaces(const std::vector<PlannedPoint>& points, const Ground& ground) {
+    for (const PlannedPoint& point : points) {
+        for (const unsigned cpu : point.parameters.cpus)
+            if (std::ranges::find(ground.cpus, cpu) == ground.cpus.end())
+                throw UsageError("--cpu: CPU " + std::to_string(cpu) +
+                                 " is not online or not allowed to this process");
+        for (const unsigned node : point.parameters.nodes.value_or(machine::NumberList{}))
+            if (!ground.facts.nodes.empty() &&
+                std::ranges::find(ground.facts.nodes, node, &machine::Node::number) ==
+                    ground.facts.nodes.end())
+                throw UsageError("--node: there is no node " + std::to_string(node));
+    }
+}
+
+/// Memory that a point's arrays take together must be there before anything is measured.
+void checkMemory(const std::vector<PlannedPoint>& points, const Ground& ground) {
+    const std::uint64_t available = ground.facts.memory.availableBytes.value_or(UINT64_MAX);
+    for (const PlannedPoint& point : points) {
+        const bool shared = rowOf(point.parameters).sharesArray();
+        const std::uint64_t arrays =
+            (shared ? 1 : point.parameters.cpus.size()) + point.parameters.loadCpus.size();
+        if (point.parameters.sizeBytes.value_or(0) * arrays > available)
+            throw UsageError("--size: " + std::to_string(arrays) + " × " +
+                             sizeText(*point.parameters.sizeBytes) + " is more than the " +
+                             sizeText(available) + " of memory that are free");
+    }
+}
+
+Session newSession(const RunOrder& order, const Ground& ground) {
+    Session session;
+    session.id = randomId();
+    session.label = machine::validText(order.label);
+    session.started = utcNow();
+    session.plan = order.choices.hasPoints() ? "points" : order.plan;
+    session.command = machine::validText(order.command);
+    session.bootId = ground.facts.system.bootId.value_or("unknown");
+    session.seed = order.seed.value_or(std::random_device()());
+    session.rounds = order.rounds.value_or(usualRounds);
+    session.program = thisProgram();
+    session.facts = machine::toJson(ground.facts);
+    session.settings = toJson(lookAtSettings(ground.facts, ground.cpus));
+    session.counterConstant = ground.facts.processor.counterInvariant;
+    session.counterHz = static_cast<double>(ground.facts.processor.counterHz.value_or(0));
+    return session;
+}
+
+std::vector<Point> pointsFor(const std::vector<PlannedPoint>& planned, const Ground& ground) {
+    std::vector<Point> points;
+    for (const PlannedPoint& each : planned) {
+        Point point;
+        point.plan = each.plan;
+        point.parameters = each.parameters;
+        point.unsupported = whyUnsupported(each.parameters, ground);
+        points.push_back(std::move(point));
+    }
+    return points;
+}
+
+/// The survey that the session is going to stand in.
+class Output {
+  public:
+    Output(const RunOrder& order, const Host& host) : path(pathOf(order)) {
+        survey.host = host;
+        if (path.empty())
+            return;
+        struct stat status {};
+        const bool exists = stat(path.c_str(), &status) == 0;
+        if (order.output.empty() || (exists && status.st_size != 0)) {
+            if (exists && !S_ISREG(status.st_mode))
+                throw FileError(path, "is no ordinary file");
+            Survey old = readSurvey(path);  // nothing but a survey is ever replaced
+            if (!order.output.empty())
+                return;
+            if (!old.host.sameAs(host))
+                throw FileError(path, "is a survey of another host, " + old.host.name + " (" +
+                                          old.host.processor + ")");
+            survey = std::move(old);
+        }
+    }
+
+    /// The last session, to go on with it.
+    Session takeLast(const std::string& bootId) {
+        Session last = std::move(survey.sessions.back());
+        survey.sessions.pop_back();
+        if (last.complete)
+            throw FileError(path, "its last session is complete: there is nothing to go on with");
+        if (last.bootId != bootId)
+            throw FileError(path, "its last session was measured before the machine was restarted");
+        return last;
+    }
+
+    void save(const Session& session) {
+        if (path.empty())
+            return;
+        survey.sessions.push_back(session);
+        writeSurvey(path, survey);
+        survey.sessions.pop_back();
+    }
+
+    Survey survey;
+
+  private:
+    static std::string pathOf(const RunOrder& order) {
+        for (const std::string& file : {order.output, order.append, order.resume})
+            if (!file.empty())
+                return file;
+        return {};
+    }
+    std::string path;
+};
+
+/// Goes on with a session only where it is the one that the command line would make.
+void checkSamePlan(const Session& old, const std::vector<Point>& points, const std::string& path) {
+    const auto same = [](const Point& a, const Point& b) { return a.parameters == b.parameters; };
+    if (!std::ranges::equal(old.points, points, same))
+        throw FileError(path, "its last session has another plan: " + old.plan);
+}
+
+void showDryRun(std::ostream& out, const Session& session, const Meter& meter) {
+    const std::vector<double> seconds = expectedSeconds(session, meter);
+    double sum = 0;
+    for (std::size_t i = 0; i < seconds.size(); ++i) {
+        const Point& point = session.points[i];
+        out << point.plan << ": " << textOf(point.parameters)
+            << (point.unsupported.empty() ? "" : ", unsupported: " + point.unsupported) << '\n';
+        sum += seconds[i];
+    }
+    out << session.points.size() << " points, " << session.rounds << " rounds, about "
+        << spanText(sum * session.rounds) << "; up to "
+        << spanText(sum * static_cast<double>(mostSamples)) << " where points are noisy\n";
+}
+
+/// Cuts the session to the budget and says what is left out.
+void applyBudget(Session& session, const Meter& meter, std::optional<double> budget) {
+    const Cut cut = cutTo(budget, session.rounds, expectedSeconds(session, meter));
+    if (cut.rounds < session.rounds)
+        std::fprintf(stderr, "kestrel-survey: the budget allows %u of %u rounds\n", cut.rounds,
+                     session.rounds);
+    if (cut.points < session.points.size())
+        std::fprintf(stderr, "kestrel-survey: the budget allows %zu of %zu points\n", cut.points,
+                     session.points.size());
+    session.rounds = cut.rounds;
+    session.points.resize(cut.points);
+}
+
+void claimCpus(Claim& claim, const std::vector<PlannedPoint>& points) {
+    std::vector<unsigned> cpus;
+    for (const PlannedPoint& point : points)
+        for (const auto* const list : {&point.parameters.cpus, &point.parameters.loadCpus})
+            for (const unsigned cpu : *list)
+                if (std::ranges::find(cpus, cpu) == cpus.end())
+                    cpus.push_back(cpu);
+    if (const auto taken = claim.take(cpus))
+        throw std::runtime_error("another survey is measuring on CPU " + std::to_string(*taken));
+}
+
+bool measuredAnything(const Session& session) {
+    return std::ranges::any_of(session.points, [](const Point& it) { return !it.samples.empty(); });
+}
+
+/// Collects and saves; false where the file could not be written, which is said.
+bool collectAndSave(Session& session, Meter& meter, const RunOrder& order, Output& output) {
+    Progress progress(order.progressLines);
+    const Listener listener{.sampling =
+                                [&](const Point& point, std::size_t done, std::size_t all,
+                                    double left, std::size_t noisy) {
+                                    progress.show(textOf(point.parameters), done, all, left, noisy);
+                                },
+                            .roundEnded = [&](const Session& so) { output.save(so); },
+                            .stop = [] { return endedBy != 0; }};
+    try {
+        session.complete = collect(
+            session, meter,
+            {.rounds = session.rounds, .budgetSeconds = order.budgetSeconds, .times = order.times},
+            listener);
+        judge(session);
+        session.ended = utcNow();
+        output.save(session);
+        return true;
+    } catch (const FileError& failure) {
+        progress.clear();
+        judge(session);
+        std::fprintf(stderr, "kestrel-survey: %s\n", failure.what());
+        return false;
+    }
+}
+
+}  // namespace
+
+int run(const RunOrder& order, std::ostream& out) {
+    catchSignals();
+    const Ground ground = groundOf(machine::gatherFacts());
+    const std::vector<PlannedPoint> planned = pointsOf(order.plan, ground, order.choices);
+    checkPlaces(planned, ground);
+    checkMemory(planned, ground);
+    Session session = newSession(order, ground);
+    session.points = pointsFor(planned, ground);
+    if (session.counterHz == 0)
+        throw std::runtime_error("the rate of the time-stamp counter cannot be measured");
+    Meter meter(ground, session.counterHz, order.times);
+    if (order.dryRun) {
+        applyBudget(session, meter, order.budgetSeconds);
+        showDryRun(out, session, meter);
+        return 0;
+    }
+    Output output(order, hostOf(ground.facts, order.hostName));
+    if (!order.resume.empty()) {
+        Session last = output.takeLast(session.bootId);
+        checkSamePlan(last, session.points, order.resume);
+        session = std::move(last);
+    } else {
+        applyBudget(session, meter, order.budgetSeconds);
+    }
+    const auto limits = processor::limitsOf(processor::readSignature());
+    for (Point& point : session.points)
+        point.limitPerCycle = limitPerCycle(point.parameters, limits);
+    Claim claim;
+    claimCpus(claim, planned);
+    output.save(session);  // a file that cannot be written is found out now
+
+    const bool saved = collectAndSave(session, meter, order, output);
+    show(out, output.survey, session);
+    if (endedBy != 0)
+        return 128 + endedBy;
+    return saved && measuredAnything(session) ? 0 : 3;
+}
+
+}  // namespace survey
