@@ -2,7 +2,7 @@
 
 # Debian packages by job. The headers of Boost and CLI11 serve both widths.
 build_packages=(cmake ninja-build g++ g++-multilib libboost-thread-dev libcli11-dev
-    nlohmann-json3-dev)
+    nlohmann-json3-dev libjs-chart.js)
 test_packages=(googletest binutils qemu-user libhwloc-dev python3-jsonschema man-db zsh fish)
 fuzz_packages=(clang libclang-rt-dev)
 lint_packages=(clang-format clang-tidy)
@@ -33,7 +33,8 @@ need() {
     local package missing=()
     command -v dpkg-query >/dev/null && command -v apt-get >/dev/null || fail "no Debian here:" \
         "install CMake 3.25, Ninja, g++ 12 (with its 32-bit libraries, for ia32), Boost.Thread" \
-        "(static), CLI11, nlohmann-json and, for tests, GoogleTest's source in /usr/src/googletest;" \
+        "(static), CLI11, nlohmann-json, Chart.js 3.9.1 (minified) and, for tests, GoogleTest's" \
+        "source in /usr/src/googletest;" \
         "then cmake --preset x86_64 && cmake --build --preset x86_64"
     for package; do
         dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||
