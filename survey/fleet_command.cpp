@@ -20,8 +20,9 @@ struct FleetOrder {
 void refuseTwice(const std::vector<std::string>& files) {
     std::set<std::filesystem::path> seen;
     for (const std::string& file : files) {
-        std::error_code ignored;
-        if (!seen.insert(std::filesystem::weakly_canonical(file, ignored)).second)
+        std::error_code unknown;
+        const auto path = std::filesystem::weakly_canonical(file, unknown);
+        if (!seen.insert(unknown ? std::filesystem::path(file) : path).second)
             throw UsageError(file + ": is named twice");
     }
 }

@@ -90,7 +90,7 @@ void addStandout(std::string& out, const Standout& standout, const FleetReport& 
     const std::size_t count = standout.outliers.size();
     out += "  " + host.name + ": " + counted(count, "figure") +
            (count == 1 ? " stands" : " stand") + " out" +
-           (count > shown ? ", the first three" : "") + '\n';
+           (count > shown ? ", the worst three" : "") + '\n';
     for (std::size_t i = 0; i < std::min(count, shown); ++i)
         addOutlier(out, *standout.outliers[i], report.fleet.points[standout.outliers[i]->point]);
     if (const auto facts = report.facts.find(standout.host); facts != report.facts.end())

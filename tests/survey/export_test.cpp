@@ -62,7 +62,7 @@ TEST(Export, PrometheusHasGaugesOfTheLastSession) {
     Survey survey = sample();
     survey.sessions.insert(survey.sessions.begin(), survey.sessions[0]);
     const std::string text = prometheusOf(survey);
-    EXPECT_EQ(countOf(text, R"({host="a \"quoted\\,\nname",plan=)"), 6u);
+    EXPECT_EQ(countOf(text, R"({host="a \"quoted\\,\nname",plan=)"), 5u);
     EXPECT_EQ(countOf(text, "kestrel_survey_bandwidth_bytes_per_second{"), 1u) << "none invalid";
     EXPECT_NE(text.find("pages=\"system\"} 2e-09\n"), std::string::npos);
     EXPECT_NE(text.find("# TYPE kestrel_survey_load_seconds gauge\n"), std::string::npos);

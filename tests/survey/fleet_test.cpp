@@ -25,9 +25,8 @@ std::string whyNot(const std::string& list) {
 }
 
 TEST(NodeList, ReadsAndFolds) {
-    for (const std::string list :
-         {"n[01-32]", "n[8-12]", "a,n[1-3,5],n[01-02],z", "n[098-102].example.org", "login", "r1n3",
-          "host-99999999999999999999", "n[9,09]"})
+    for (const std::string list : {"n[01-32]", "n[8-12]", "a,n[1-3,5],z", "n[098-102].example.org",
+                                   "login", "r1n3", "host-99999999999999999999", "n[9,09]"})
         EXPECT_EQ(nodeListText(parseNodeList(list)), list);
     EXPECT_EQ(parseNodeList("n[08-10,9],x,x"),
               (std::vector<std::string>{"n08", "n09", "n10", "n9", "x"}));
