@@ -84,7 +84,8 @@ void number(Json& benchmarks) {
     };
     std::map<std::string, Family> families;
     for (Json& benchmark : benchmarks) {
-        Family& family = families.try_emplace(benchmark["name"], families.size()).first->second;
+        Family& family =
+            families.try_emplace(benchmark["name"], Family{.index = families.size()}).first->second;
         benchmark["family_index"] = family.index;
         benchmark["per_family_instance_index"] = 0;
         benchmark["repetition_index"] = family.repetitions++;
