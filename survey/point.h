@@ -25,6 +25,7 @@ struct Parameters {
     std::optional<Kestrel::PageKind> pages{};
     std::vector<unsigned> loadCpus{};  ///< those that read from memory meanwhile
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy takes the 0 of a comparison for a pointer
     auto operator<=>(const Parameters&) const = default;
 };
 
