@@ -37,10 +37,11 @@ void add(Values& values, const std::string& name, const Json& value) {
     if (value.is_object()) {
         for (const auto& [member, inner] : value.items())
             if (std::ranges::find(fleeting, member) == fleeting.end())
-                add(values, name + (name.empty() ? "" : ".") + member, inner);
+                add(values, name.empty() ? member : std::string(name).append(".").append(member),
+                    inner);
     } else if (isListOfObjects(value)) {
         for (std::size_t i = 0; i < value.size(); ++i)
-            add(values, name + "[" + std::to_string(i) + "]", value[i]);
+            add(values, std::string(name).append("[" + std::to_string(i) + "]"), value[i]);
     } else if (auto& known = values[name]; std::ranges::find(known, value) == known.end()) {
         known.push_back(value);
     }
@@ -75,7 +76,7 @@ Json oneOrAll(const Values& values, const std::string& name) {
 }
 
 std::size_t rankOf(const FactDifference& it) {
-    const auto found = std::ranges::find_if(
+    const auto* const found = std::ranges::find_if(
         foremost, [&](std::string_view name) { return it.name.starts_with(name); });
     return static_cast<std::size_t>(found - foremost.begin());
 }

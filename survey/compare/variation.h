@@ -29,7 +29,7 @@ struct Variation {
     double degrees = 0;  ///< of freedom: what the figure is worth as evidence
 };
 
-/// As survey/compare/variation.json has it, measured by scripts/variation; docs/variation.md says how.
+/// As variation.json has it, measured by scripts/variation; docs/variation.md says how.
 const std::vector<Variation>& publishedVariation();
 
 /// The variation of that kind; where none is published, the largest of its level, or else of all.

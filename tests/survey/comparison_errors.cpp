@@ -68,10 +68,8 @@ double shareOf(const World& world, unsigned repetitions,
 }
 
 bool anyWorse(const std::vector<Difference>& all) {
-    for (const Difference& it : all)
-        if (it.conclusion == Conclusion::worse)
-            return true;
-    return false;
+    return std::ranges::any_of(
+        all, [](const Difference& it) { return it.conclusion == Conclusion::worse; });
 }
 
 bool foundFirst(const std::vector<Difference>& all) {
