@@ -2,7 +2,7 @@
 
 # Debian packages by job. The headers of Boost and CLI11 serve both widths.
 build_packages=(cmake ninja-build g++ g++-multilib libboost-thread-dev libcli11-dev
-    nlohmann-json3-dev)
+    nlohmann-json3-dev libjs-chart.js)
 test_packages=(googletest binutils qemu-user libhwloc-dev)
 fuzz_packages=(clang libclang-rt-dev)
 lint_packages=(clang-format clang-tidy)
