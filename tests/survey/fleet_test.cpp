@@ -80,7 +80,8 @@ Fleet healthy(std::size_t points) {
 /// "h6 -10% ok": the outliers of the only group.
 std::vector<std::string> outliersOf(const Fleet& fleet) {
     std::vector<std::string> texts;
-    for (const Outlier& outlier : compareHosts(fleet).at(0).outliers)
+    const std::vector<FleetGroup> groups = compareHosts(fleet);
+    for (const Outlier& outlier : groups.at(0).outliers)
         texts.push_back(fleet.hosts[outlier.host].name + " " +
                         std::to_string(std::lround(100 * outlier.difference)) + "% " +
                         outlier.cause);
