@@ -70,7 +70,7 @@ Json benchmarkFrom(const Session& session, const Point& point, std::size_t sampl
     const std::string why = std::string(nameOf(point.verdict)) +
                             (point.causes.empty() ? "" : ": " + point.causes.front());
     json["label"] = why;
-    if (point.verdict == Verdict::invalid) {
+    if (point.verdict != Verdict::noisy) {
         json["error_occurred"] = true;
         json["error_message"] = why;
     }

@@ -98,7 +98,7 @@ std::string prometheusOf(const Survey& survey) {
             continue;
         const Labels labels = labelsOf(name, point);
         exposition.add(trusted, labels, point.verdict == Verdict::ok ? 1 : 0);
-        if (point.verdict != Verdict::invalid)
+        if (point.verdict == Verdict::ok || point.verdict == Verdict::noisy)
             exposition.add(figures[static_cast<std::size_t>(point.unit())], labels,
                            point.summary.value);
     }

@@ -84,7 +84,7 @@ std::vector<Row> rowsOf(const FleetGroup& group, const Fleet& fleet) {
         rows[point].point = point;
     for (const std::size_t host : group.hosts)
         for (const FleetHost::Figure& figure : fleet.hosts[host].figures)
-            if (figure.value > 0 && figure.verdict != Verdict::invalid)
+            if (figure.verdict == Verdict::ok || figure.verdict == Verdict::noisy)
                 rows[figure.point].entries.push_back({host, &figure});
     std::erase_if(rows, [](const Row& row) { return row.entries.empty(); });
     // The size last: neighbours then differ in nothing else.
