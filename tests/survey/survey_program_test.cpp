@@ -49,7 +49,8 @@ TEST_F(SurveyProgram, WritesAppendsAndReplacesNothingButSurveys) {
     expect(quick + "--name other --append " + file.string(), 3, "[^\n]*another host, [^\n]*\n");
     expect(quick + "--resume " + file.string(), 3, "[^\n]*is complete[^\n]*\n");
     std::ofstream(folder / "foreign") << "precious";
-    for (const std::string& path : {(folder / "foreign").string(), folder.string()})
+    for (const std::string& path :
+         {(folder / "foreign").string(), folder.string(), std::string("/dev/null")})
         expect(quick + "-o " + path, 3, "kestrel-survey: " + path + ": [^\n]*\n");
     expect(quick + "-o " + (folder / "no" / "where").string(), 3, "[^\n]*No such file[^\n]*\n");
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2) << "nothing is left behind";
