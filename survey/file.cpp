@@ -80,6 +80,10 @@ void replaceFile(const std::string& path, const std::string& text) {
     std::error_code ignored;
     const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, ignored);
     const std::string target = ignored ? path : resolved.string();
+    // A rename would put a file in the place of a device.
+    struct stat old {};
+    if (stat(target.c_str(), &old) == 0 && !S_ISREG(old.st_mode))
+        throw FileError(path, "is no ordinary file");
     Temporary temporary(target + ".part-" + std::to_string(getpid()));
     if (!temporary.make(0666))
         throw FileError(path, std::strerror(errno));

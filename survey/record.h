@@ -101,9 +101,9 @@ struct Survey {
 };
 
 /// As the file has them.
-Json toJson(const Parameters& parameters);
+Json toJson(const Parameters& it);
 /// A point as it stands in the file, less its samples' details.
-Json resultsOf(const Point& point);
+Json resultsOf(const Point& it);
 
 /// The text of a survey file: a point a line.
 std::string textOf(const Survey& survey);

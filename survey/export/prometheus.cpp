@@ -55,7 +55,8 @@ class Exposition {
     [[nodiscard]] std::string text() const {
         std::string text;
         for (const auto& [name, metric] : samples) {
-            text += "# HELP " + name + " " + metric.first + "\n# TYPE " + name + " gauge\n";
+            text.append("# HELP ").append(name).append(" ").append(metric.first);
+            text.append("\n# TYPE ").append(name).append(" gauge\n");
             for (const auto& [labels, value] : metric.second)
                 text.append(name).append(labels).append(" ").append(value) += '\n';
         }

@@ -21,6 +21,7 @@ std::string padded(const std::string& text, std::size_t width) {
 
 std::vector<std::string> namesOf(const Fleet& fleet, const std::vector<std::size_t>& hosts) {
     std::vector<std::string> names;
+    names.reserve(hosts.size());
     for (const std::size_t host : hosts)
         names.push_back(fleet.hosts[host].name);
     return names;

@@ -88,7 +88,7 @@ void addPart(std::string_view part, NameSet& names) {
         if (*low > *high)
             refuse(part, "holds a range that runs backwards");
         for (std::uint64_t number = *low; number <= *high; ++number)
-            names.add(before + padded(number, first.size()) + after);
+            names.add(std::string(before).append(padded(number, first.size())).append(after));
     }
 }
 
@@ -110,7 +110,8 @@ struct Split {
         after = name.substr(end);
         width = end - start;
     }
-    auto operator<=>(const Split&) const = default;
+    // The linter sees a 0 that should be nullptr in what the compiler makes of it.
+    auto operator<=>(const Split&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 /// Numbers that follow one another, written with the first one's width.

@@ -102,6 +102,7 @@ std::string textAt(const Json& facts, const Row& row) {
 
 std::vector<TellingFact> tellingFacts(const Session& session) {
     std::vector<TellingFact> facts;
+    facts.reserve(rows.size() + 1);
     for (const Row& row : rows)
         facts.push_back({row.name, textAt(session.facts, row)});
     facts.push_back({"kestrel", session.program.version + " (" + session.program.commit + ", " +

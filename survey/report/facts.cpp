@@ -240,7 +240,7 @@ std::vector<SettingRow> settingRows(const Session& session) {
         for (const Json& each : session.settings)
             rows.push_back({factText(each, "/name"), factText(each, "/standing"),
                             factText(each, "/found"),
-                            each.is_object() && each.value("advice", Json()) == ""
+                            each.is_object() && each.value("advice", Json()) == Json("")
                                 ? std::string()
                                 : factText(each, "/advice")});
     return rows;

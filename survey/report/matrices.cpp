@@ -97,6 +97,7 @@ std::vector<Table> sharingMatrices(const Entry& entry) {
                                 "CPU " + std::to_string(point.parameters.cpus[1]), &point});
     }
     std::vector<Table> matrices;
+    matrices.reserve(kinds.size());
     for (const auto& [key, figures] : kinds)
         matrices.push_back(matrixOf(sharingTitle(key), "first", figures));
     return matrices;

@@ -103,6 +103,7 @@ Table pointTable(const PointTable& points) {
         table.heads.push_back(column.head);
     for (const Point* const point : points.points) {
         std::vector<Cell> row;
+        row.reserve(columns.size());
         for (const Column& column : columns)
             row.push_back({column.text(*point), "", column.left ? textLook : ""});
         row.back().text = verdictText(*point);

@@ -318,12 +318,13 @@ std::variant<Sample, NoSample> Meter::takeOnce(const Parameters& parameters) {
 }
 
 std::variant<Sample, NoSample> Meter::take(const Parameters& parameters) {
-    constexpr int tries = 3;  // what a pass takes is known after the first
+    // What a pass takes is known after the first; and a short sample in which nothing counted may
+    // have been that of a busy CPU.
+    constexpr int tries = 3;
     auto taken = takeOnce(parameters);
     for (int i = 1; i < tries; ++i) {
         const auto* const sample = std::get_if<Sample>(&taken);
-        if (sample == nullptr || sample->value == 0 ||
-            sample->detail.fewestPasses() >= fewestPasses)
+        if (sample == nullptr || sample->detail.fewestPasses() >= fewestPasses)
             break;
         taken = takeOnce(parameters);
     }

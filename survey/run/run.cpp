@@ -117,9 +117,9 @@ class Output {
             return;
         struct stat status {};
         const bool exists = stat(path.c_str(), &status) == 0;
+        if (exists && !S_ISREG(status.st_mode))
+            throw FileError(path, "is no ordinary file");
         if (order.output.empty() || (exists && status.st_size != 0)) {
-            if (exists && !S_ISREG(status.st_mode))
-                throw FileError(path, "is no ordinary file");
             Survey old = readSurvey(path);  // nothing but a survey is ever replaced
             if (!order.output.empty())
                 return;

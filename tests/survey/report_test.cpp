@@ -1,6 +1,6 @@
 // Reports: what they draw, that no text of a survey becomes part of the page, and how a browser
 // takes them.
-#include "survey/report.h"
+#include "survey/report/report.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

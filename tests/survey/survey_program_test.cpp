@@ -25,7 +25,7 @@ class SurveyProgram : public testing::Test {
     ~SurveyProgram() override { fs::remove_all(folder); }
 
     /// Runs `kestrel-survey run` with quick samples of these points.
-    void expect(const std::string& arguments, int status, const std::string& output) const {
+    static void expect(const std::string& arguments, int status, const std::string& output) {
         Words words = operator""_words(arguments.c_str(), arguments.size());
         words.insert(words.begin(), "run");
         expectRun(words, status, output, {.program = KESTREL_SURVEY});
@@ -49,8 +49,10 @@ TEST_F(SurveyProgram, WritesAppendsAndReplacesNothingButSurveys) {
     expect(quick + "--name other --append " + file.string(), 3, "[^\n]*another host, [^\n]*\n");
     expect(quick + "--resume " + file.string(), 3, "[^\n]*is complete[^\n]*\n");
     std::ofstream(folder / "foreign") << "precious";
-    for (const std::string& path : {(folder / "foreign").string(), folder.string()})
-        expect(quick + "-o " + path, 3, "kestrel-survey: " + path + ": [^\n]*\n");
+    for (const std::string& path :
+         {(folder / "foreign").string(), folder.string(), std::string("/dev/null")})
+        expect(std::string(quick).append("-o ").append(path), 3,
+               std::string("kestrel-survey: ").append(path).append(": [^\n]*\n"));
     expect(quick + "-o " + (folder / "no" / "where").string(), 3, "[^\n]*No such file[^\n]*\n");
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2) << "nothing is left behind";
 }
