@@ -70,12 +70,11 @@ void expectReports(const Processor& processor, const Words& emulator) {
         SCOPED_TRACE(name);
         const bool counts = runsOn(processor, name);
         const std::string lines = row.countsAccesses() ? "cpuidx[^\n]* clocks=[^\n]*\n" : "";
-        const std::string total = !counts || row.countsAccesses() ? "0" : "[0-9.e+]*[1-9][0-9.e+]*";
-        expectRun(onePass(name), 0,
-                  "(qemu-[^\n]*\n)*" + lines +  // which it warns with
-                      "cpuidx[^\n]* iters=" + (counts ? "[1-9][0-9]*" : "0") +
-                      " [^\n]*\nTotal BW\\(GB/s\\)=" + total + "\n",
-                  {.emulator = emulator});
+        const char* const total = !counts || row.countsAccesses() ? "0" : "[0-9.e+]*[1-9][0-9.e+]*";
+        std::string expected = "(qemu-[^\n]*\n)*";  // which it warns with
+        expected.append(lines).append("cpuidx[^\n]* iters=").append(counts ? "[1-9][0-9]*" : "0");
+        expected.append(" [^\n]*\nTotal BW\\(GB/s\\)=").append(total).append("\n");
+        expectRun(onePass(name), 0, expected, {.emulator = emulator});
     }
 }
 
@@ -95,8 +94,8 @@ TEST(AllPatterns, CountWhatOtherProcessorsCanAndEndNormally) {
     for (const auto& [model, processor] : models) {
         SCOPED_TRACE(model);
         // QEMU has no system call for memory policies: the program must find no NUMA support.
-        expectReports(processor, {qemu, "-cpu", model, "-E", "LD_PRELOAD=" FAULTS_LIBRARY, "-E",
-                                  "FAULT=access:1"});
+        const std::string preload = "LD_PRELOAD=" FAULTS_LIBRARY;
+        expectReports(processor, {qemu, "-cpu", model, "-E", preload, "-E", "FAULT=access:1"});
     }
 }
 
