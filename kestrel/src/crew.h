@@ -50,7 +50,7 @@ struct WorkerReport {
 class Crew {
   public:
     /// Throws std::bad_alloc.
-    explicit Crew(CrewOrder order);
+    explicit Crew(CrewOrder given);
     Crew(const Crew&) = delete;
     Crew& operator=(const Crew&) = delete;
     /// Tells the workers to finish and waits for them, however long their last pass takes. Whoever
