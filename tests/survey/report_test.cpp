@@ -120,7 +120,7 @@ class ReportProgram : public testing::Test {
     ~ReportProgram() override { fs::remove_all(folder); }
 
     std::string at(const char* name) const { return folder / name; }
-    void expect(Words arguments, int status, const std::string& output) const {
+    static void expect(Words arguments, int status, const std::string& output) {
         arguments.insert(arguments.begin(), "report");
         expectRun(arguments, status, output, {.program = KESTREL_SURVEY});
     }
