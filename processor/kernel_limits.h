@@ -12,7 +12,7 @@ namespace processor {
 /// the caches, whose limit is the memory's, and where it is not known.
 std::optional<double> limitOf(const Kestrel::ArrayKernel& kernel, const Limits& limits);
 
-/// Instructions a core cycle; nothing where it is not known, as for divisions.
+/// Instructions a core cycle; nothing where it is not known.
 std::optional<double> limitOf(const Kestrel::FlopKernel& kernel, const Limits& limits);
 
 }  // namespace processor

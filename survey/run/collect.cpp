@@ -114,7 +114,9 @@ class Collector {
         }
         auto& sample = std::get<Sample>(taken);
         if (sample.value == 0) {
-            point.unsupported = "nothing counts: kestrel or this processor cannot do it";
+            // Where there are samples already, it can be done, and the CPU was busy.
+            if (point.samples.empty())
+                point.unsupported = "nothing counts: kestrel or this processor cannot do it";
             return true;
         }
         if (point.limitPerCycle && sample.detail.clockHz)
