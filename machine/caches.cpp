@@ -38,7 +38,7 @@ bool isSame(const Cache& a, const Cache& b) {
 }
 
 void addFromSys(const Sources& sources, unsigned cpu, std::vector<Cache>& caches) {
-    const std::string cacheFolder = "/sys/devices/system/cpu/cpu" + std::to_string(cpu) + "/cache/";
+    const std::string cacheFolder = cpuFolder + ("/cpu" + std::to_string(cpu)) + "/cache/";
     constexpr int mostIndices = 32;  // a folder has four or five
     for (int index = 0; index < mostIndices; ++index) {
         const std::string folder = cacheFolder + "index" + std::to_string(index) + '/';

@@ -8,8 +8,6 @@ namespace machine {
 
 namespace {
 
-constexpr const char* cpuFolder = "/sys/devices/system/cpu";
-
 std::optional<bool> readBoost(const Sources& sources) {
     const std::string folder = cpuFolder;
     if (const auto off = readNumber(sources, folder + "/intel_pstate/no_turbo"))

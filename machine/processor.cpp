@@ -60,7 +60,7 @@ std::optional<NominalFrequency> nominalFrequency(const Sources& sources, const s
 }
 
 std::map<std::string, std::string> readVulnerabilities(const Sources& sources) {
-    const std::string folder = "/sys/devices/system/cpu/vulnerabilities/";
+    const std::string folder = std::string(cpuFolder) + "/vulnerabilities/";
     std::map<std::string, std::string> vulnerabilities;
     for (const std::string& name : namesIn(sources, folder))
         if (const auto words = readLine(sources, folder + name))

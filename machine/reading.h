@@ -14,6 +14,9 @@
 
 namespace machine {
 
+/// What Linux tells of CPUs lies here.
+inline constexpr const char* cpuFolder = "/sys/devices/system/cpu";
+
 /// All of the file, as it is.
 std::optional<std::string> readFile(const Sources& sources, const std::string& path);
 

@@ -91,7 +91,7 @@ System gatherSystem(const Sources& sources) {
     system.clockSource =
         readLine(sources, "/sys/devices/system/clocksource/clocksource0/current_clocksource");
     system.kernelParameters = gatherParameters(sources);
-    system.isolatedCpus = readList(sources, "/sys/devices/system/cpu/isolated");
+    system.isolatedCpus = readList(sources, std::string(cpuFolder) + "/isolated");
     return system;
 }
 

@@ -11,8 +11,6 @@ namespace machine {
 
 namespace {
 
-constexpr const char* cpuFolder = "/sys/devices/system/cpu";
-
 /// An id of a CPU's topology folder. The kernel writes -1, or all 16 bits set, for one that it does
 /// not know.
 std::optional<unsigned> readId(const Sources& sources, const std::string& path) {

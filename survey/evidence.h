@@ -21,7 +21,8 @@ struct EvidenceKind {
     enum class Speaks {
         above,         ///< where the value is above the limit
         belowBest,     ///< where it is below the limit times the best of the session
-        belowOwnBest,  ///< where it is below the limit times the best of the point's own samples
+        offOwnMedian,  ///< where it differs from the median of the point's own samples by this
+                       ///< share
         never,         ///< it only describes
     } speaks;
     double limit;
@@ -33,7 +34,8 @@ struct EvidenceKind {
 /// All kinds, the ones first that explain most when they speak.
 std::span<const EvidenceKind> evidenceKinds();
 
-/// The best value of each kind that is judged by a best one. Absent: none is known.
+/// The value that each kind is judged by which is not judged by itself: the best of the session or
+/// the median of the point. Absent: none is known.
 using EvidenceBest = std::map<std::string_view, double>;
 
 bool speaks(const EvidenceKind& kind, const Evidence& evidence, const EvidenceBest& best);

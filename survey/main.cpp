@@ -11,13 +11,13 @@
 
 namespace {
 
-struct Row {
+struct CommandRow {
     const char* name;
     const char* text;
     survey::Command (*add)(CLI::App& app, const std::string& commandLine);
 };
 
-constexpr Row commands[] = {
+constexpr CommandRow commands[] = {
     {"run", "measure this machine", survey::addRunCommand},
     {"check", "tell how this machine is set up for measuring", survey::addCheckCommand},
     {"show", "the tables of survey files", survey::addShowCommand},
@@ -40,7 +40,7 @@ int parseAndRun(int argc, char** argv) {
     app.require_subcommand(1);
     app.set_version_flag("--version", versionkit::text("kestrel-survey"));
     std::vector<std::pair<CLI::App*, survey::Command>> all;
-    for (const Row& row : commands) {
+    for (const CommandRow& row : commands) {
         CLI::App* const command = app.add_subcommand(row.name, row.text);
         all.emplace_back(command, row.add(*command, lineOf(argc, argv)));
     }

@@ -81,12 +81,12 @@ void addValues(const EvidenceKind& kind, const Point& point, std::vector<double>
             values.push_back(found->second);
 }
 
-EvidenceBest withOwnBest(EvidenceBest best, const Point& point) {
+EvidenceBest withOwnMedian(EvidenceBest best, const Point& point) {
     for (const EvidenceKind& kind : evidenceKinds()) {
         std::vector<double> values;
         addValues(kind, point, values);
-        if (kind.speaks == EvidenceKind::Speaks::belowOwnBest && !values.empty())
-            best[kind.key] = std::ranges::max(values);
+        if (kind.speaks == EvidenceKind::Speaks::offOwnMedian && !values.empty())
+            best[kind.key] = median(std::move(values));
     }
     return best;
 }
@@ -133,7 +133,7 @@ EvidenceBest bestOf(const Session& session) {
 }
 
 void judge(Point& point, const Session& session, const EvidenceBest& sessionBest) {
-    const EvidenceBest best = withOwnBest(sessionBest, point);
+    const EvidenceBest best = withOwnMedian(sessionBest, point);
     point.causes.clear();
     point.summary = summarise(point.samples);
     point.load = medianLoad(point);

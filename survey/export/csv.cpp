@@ -5,7 +5,7 @@ namespace survey {
 namespace {
 
 /// A cell as JSON has it: null is an empty one.
-using Row = std::vector<Json>;
+using CsvRow = std::vector<Json>;
 
 std::string cellText(const Json& cell) {
     if (cell.is_null())
@@ -21,7 +21,7 @@ std::string cellText(const Json& cell) {
     return quoted + '"';
 }
 
-std::string lineOf(const Row& row) {
+std::string lineOf(const CsvRow& row) {
     std::string line;
     for (const Json& cell : row)
         line.append(line.empty() ? "" : ",").append(cellText(cell));
@@ -33,11 +33,11 @@ Json orEmpty(const std::optional<Value>& value) {
     return value ? Json(*value) : Json();
 }
 
-Row head() {
-    Row names{"host",    "processor",  "session",    "label",        "version", "plan",
-              "pattern", "size_bytes", "word_bytes", "stride_bytes", "cpus",    "nodes",
-              "pages",   "load_cpus",  "unit",       "verdict",      "causes",  "sample",
-              "value",   "start",      "round",      "order",        "passes",  "load"};
+CsvRow head() {
+    CsvRow names{"host",    "processor",  "session",    "label",        "version", "plan",
+                 "pattern", "size_bytes", "word_bytes", "stride_bytes", "cpus",    "nodes",
+                 "pages",   "load_cpus",  "unit",       "verdict",      "causes",  "sample",
+                 "value",   "start",      "round",      "order",        "passes",  "load"};
     for (const EvidenceKind& kind : evidenceKinds())
         names.emplace_back(kind.key);
     return names;
@@ -51,7 +51,7 @@ std::string causesText(const Point& point) {
 }
 
 /// The cells that all samples of a point share.
-Row cellsOf(const Host& host, const Session& session, const Point& point) {
+CsvRow cellsOf(const Host& host, const Session& session, const Point& point) {
     const Parameters& it = point.parameters;
     return {host.name,
             host.processor,
@@ -72,9 +72,9 @@ Row cellsOf(const Host& host, const Session& session, const Point& point) {
             causesText(point)};
 }
 
-void addDetail(Row& row, const Detail& detail) {
-    for (const Json& cell : Row{detail.started, detail.round, detail.order, detail.fewestPasses(),
-                                orEmpty(detail.loadBytesPerSecond)})
+void addDetail(CsvRow& row, const Detail& detail) {
+    for (const Json& cell : CsvRow{detail.started, detail.round, detail.order,
+                                   detail.fewestPasses(), orEmpty(detail.loadBytesPerSecond)})
         row.push_back(cell);
     for (const EvidenceKind& kind : evidenceKinds()) {
         const auto found = detail.evidence.find(kind.key);
@@ -85,13 +85,13 @@ void addDetail(Row& row, const Detail& detail) {
 }  // namespace
 
 std::string csvOf(const Survey& survey) {
-    const Row names = head();
+    const CsvRow names = head();
     std::string text = lineOf(names);
     for (const Session& session : survey.sessions)
         for (const Point& point : session.points) {
-            const Row shared = cellsOf(survey.host, session, point);
+            const CsvRow shared = cellsOf(survey.host, session, point);
             for (std::size_t i = 0; i < point.samples.size(); ++i) {
-                Row row = shared;
+                CsvRow row = shared;
                 row.emplace_back(i + 1);
                 row.emplace_back(point.samples[i]);
                 if (i < point.details.size())

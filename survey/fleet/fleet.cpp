@@ -19,7 +19,7 @@ struct Entry {
 };
 
 /// A point of a group with all its figures.
-struct Row {
+struct PointRow {
     std::size_t point = 0;
     std::vector<Entry> entries;
     std::size_t trusted = 0;
@@ -32,7 +32,7 @@ struct Row {
 };
 
 /// Their median absolute deviation, as the standard deviation that normal figures with it have.
-void measureSpread(Row& row) {
+void measureSpread(PointRow& row) {
     std::vector<double> values;
     for (const Entry& entry : row.entries)
         if (entry.figure->verdict == Verdict::ok)
@@ -49,7 +49,7 @@ void measureSpread(Row& row) {
 }
 
 /// The root mean square of the deviations of a point's neighbours in size, itself among them.
-double deviationAround(const std::vector<Row>& rows, std::size_t at,
+double deviationAround(const std::vector<PointRow>& rows, std::size_t at,
                        const std::vector<Parameters>& points) {
     constexpr std::size_t reach = 2;
     double squares = 0;
@@ -67,7 +67,7 @@ double deviationAround(const std::vector<Row>& rows, std::size_t at,
 
 /// Few hosts may agree by chance; then what neighbours tell counts for more. It never makes a
 /// deviation smaller.
-double soundDeviation(const Row& row, double around) {
+double soundDeviation(const PointRow& row, double around) {
     constexpr double weightAround = 20;
     const auto weight = static_cast<double>(row.trusted);
     const double blended =
@@ -78,31 +78,31 @@ double soundDeviation(const Row& row, double around) {
 
 /// The group's points that have figures, in the order of their parameters, which is that of sizes
 /// where all else is equal.
-std::vector<Row> rowsOf(const FleetGroup& group, const Fleet& fleet) {
-    std::vector<Row> rows(fleet.points.size());
+std::vector<PointRow> rowsOf(const FleetGroup& group, const Fleet& fleet) {
+    std::vector<PointRow> rows(fleet.points.size());
     for (std::size_t point = 0; point < rows.size(); ++point)
         rows[point].point = point;
     for (const std::size_t host : group.hosts)
         for (const FleetHost::Figure& figure : fleet.hosts[host].figures)
             if (figure.verdict == Verdict::ok || figure.verdict == Verdict::noisy)
                 rows[figure.point].entries.push_back({host, &figure});
-    std::erase_if(rows, [](const Row& row) { return row.entries.empty(); });
+    std::erase_if(rows, [](const PointRow& row) { return row.entries.empty(); });
     // The size last: neighbours then differ in nothing else.
-    std::ranges::sort(rows, {}, [&](const Row& row) {
+    std::ranges::sort(rows, {}, [&](const PointRow& row) {
         Parameters rest = fleet.points[row.point];
         const auto size = std::exchange(rest.sizeBytes, std::nullopt);
         return std::pair(std::move(rest), size);
     });
-    for (Row& row : rows)
+    for (PointRow& row : rows)
         measureSpread(row);
     return rows;
 }
 
 void findOutliers(FleetGroup& group, const Fleet& fleet) {
-    const std::vector<Row> rows = rowsOf(group, fleet);
+    const std::vector<PointRow> rows = rowsOf(group, fleet);
     group.points = rows.size();
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        const Row& row = rows[i];
+        const PointRow& row = rows[i];
         if (row.trusted < fewestPeers)
             continue;
         const double deviation = soundDeviation(row, deviationAround(rows, i, fleet.points));

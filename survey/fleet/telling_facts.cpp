@@ -58,12 +58,12 @@ std::string rateText(const Json& transfers) {
     return figureText(transfers.get<double>() * 1e-6) + " MT/s";
 }
 
-struct Row {
+struct FactRow {
     const char *name, *place;  ///< in machine-facts
     std::string (*text)(const Json& value) = plainText;
 };
 
-constexpr auto rows = std::to_array<Row>({
+constexpr auto rows = std::to_array<FactRow>({
     {"governor", "/power/governors", governorsText},
     {"scaling driver", "/power/scaling_driver"},
     {"boost", "/power/boost"},
@@ -87,7 +87,7 @@ constexpr auto rows = std::to_array<Row>({
     {"isolated CPUs", "/system/isolated_cpus"},
 });
 
-std::string textAt(const Json& facts, const Row& row) {
+std::string textAt(const Json& facts, const FactRow& row) {
     const Json::json_pointer place(row.place);
     if (!facts.is_object() || !facts.contains(place) || facts.at(place).is_null())
         return unknown;
@@ -103,7 +103,7 @@ std::string textAt(const Json& facts, const Row& row) {
 std::vector<TellingFact> tellingFacts(const Session& session) {
     std::vector<TellingFact> facts;
     facts.reserve(rows.size() + 1);
-    for (const Row& row : rows)
+    for (const FactRow& row : rows)
         facts.push_back({row.name, textAt(session.facts, row)});
     facts.push_back({"kestrel", session.program.version + " (" + session.program.commit + ", " +
                                     std::to_string(session.program.width) + " bits)"});

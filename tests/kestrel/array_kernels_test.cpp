@@ -60,7 +60,7 @@ struct Moved {
 };
 
 /// What a kernel moves in the span that it times.
-Moved watch(const std::function<void()>& kernel) {
+Moved watchMoves(const std::function<void()>& kernel) {
     Moved moved;
     const auto look = [&](const Executed& executed) {
         const auto it = executed.asVectorInstruction();
@@ -97,7 +97,7 @@ TEST(ArrayKernels, MoveEachWordOnceARepeatAndNothingElse) {
                 expected.insert(expected.end(), repeats, numbers[i]);
 
         const std::uint32_t argument = strided ? stride : repeats;
-        Moved moved = watch([&] { kernel.run(memory.begin(), memory.end(), argument); });
+        Moved moved = watchMoves([&] { kernel.run(memory.begin(), memory.end(), argument); });
         std::ranges::sort(moved.loaded);
         EXPECT_EQ(moved.loaded, expected) << kernel.name;
         EXPECT_EQ(moved.storedBytes, combines(kernel) ? read * 8 * repeats : 0) << kernel.name;

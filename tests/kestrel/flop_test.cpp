@@ -46,7 +46,7 @@ bool allAre(Number expected, const std::array<std::byte, 64>& value, std::uint32
     return std::count(numbers.begin(), numbers.begin() + count, expected) == count;
 }
 
-Work watch(const std::function<void()>& code) {
+Work watchArithmetic(const std::function<void()>& code) {
     Work work;
     std::size_t sinceLast = 0;
     const auto look = [&](const Executed& executed) {
@@ -113,7 +113,7 @@ TEST(FlopPatterns, ExecuteWhatTheyAreNamedAndCountedAs) {
             ASSERT_EQ(result.iterations, systemRuns(kernel) ? 1u : 0u);
             if (!systemRuns(kernel))
                 continue;
-            const Work work = watch([&] { pattern->run(nullptr, 0, other, phase); });
+            const Work work = watchArithmetic([&] { pattern->run(nullptr, 0, other, phase); });
             const bool wide = kernel.set == fs_avx512, fma = kernel.operation == fo_fma;
             const std::size_t count = std::size_t{loops} * (wide ? 128 : 16);
             EXPECT_EQ(result.bytes, count * kernel.lanes * (fma ? 2 : 1));

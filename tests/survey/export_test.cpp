@@ -5,12 +5,13 @@
 
 #include <algorithm>
 
+#include "count_of.h"
 #include "made_up.h"
 
 namespace survey {
 namespace {
 
-Survey sample() {
+Survey surveyToExport() {
     Point load = madeUpPoint("a-l", 16384, {1e9, 1.01e9});
     Point chase = madeUpPoint("l-r", 1 << 20, {2e-9});
     Point invalid = madeUpPoint("a-lls", 16384, {1e9});
@@ -22,15 +23,8 @@ Survey sample() {
     return survey;
 }
 
-std::size_t countOf(const std::string& text, const std::string& part) {
-    std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-        ++count;
-    return count;
-}
-
 TEST(Export, CsvHasARowForEachSample) {
-    const std::string text = csvOf(sample());
+    const std::string text = csvOf(surveyToExport());
     EXPECT_EQ(countOf(text, "\"a \"\"quoted\\,\nname\",processor,"), 4u);
     EXPECT_NE(text.find(",B/s,noisy,too few samples,2,1010000000.0,"), std::string::npos);
     // Each row has as many cells as the head; the name of the host has a comma and a line end.
@@ -40,7 +34,7 @@ TEST(Export, CsvHasARowForEachSample) {
 }
 
 TEST(Export, BenchmarkHasTimesThatFollowTheFigures) {
-    const Json json = Json::parse(benchmarkOf(sample()));
+    const Json json = Json::parse(benchmarkOf(surveyToExport()));
     const Json& all = json.at("benchmarks");
     ASSERT_EQ(all.size(), 4u);
     EXPECT_EQ(all[0]["name"], "hierarchy/a-l/size:16384/word:64/cpus:0/nodes:0");
@@ -53,13 +47,13 @@ TEST(Export, BenchmarkHasTimesThatFollowTheFigures) {
     EXPECT_DOUBLE_EQ(all[2]["real_time"].get<double>(), 2) << "ns a load";
     EXPECT_EQ(all[2]["iterations"], 1000000000);
     EXPECT_EQ(all[3]["error_occurred"], true);
-    Survey bare = sample();
+    Survey bare = surveyToExport();
     bare.sessions[0].points[0].details.clear();
     EXPECT_THROW(benchmarkOf(bare), std::runtime_error);
 }
 
 TEST(Export, PrometheusHasGaugesOfTheLastSession) {
-    Survey survey = sample();
+    Survey survey = surveyToExport();
     survey.sessions.insert(survey.sessions.begin(), survey.sessions[0]);
     const std::string text = prometheusOf(survey);
     EXPECT_EQ(countOf(text, R"({host="a \"quoted\\,\nname",plan=)"), 5u);

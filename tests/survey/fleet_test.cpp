@@ -15,7 +15,7 @@
 namespace survey {
 namespace {
 
-std::string whyNot(const std::string& list) {
+std::string whyNoList(const std::string& list) {
     try {
         parseNodeList(list);
     } catch (const std::invalid_argument& failure) {
@@ -35,15 +35,15 @@ TEST(NodeList, ReadsAndFolds) {
 }
 
 TEST(NodeList, RefusesInALine) {
-    EXPECT_EQ(whyNot("n[1-2"), "'n[1-2' has a bracket without its other one");
-    EXPECT_EQ(whyNot("n]1["), "'n]1[' has a bracket without its other one");
-    EXPECT_EQ(whyNot("a,,b"), "'' is no name of a host");
-    EXPECT_EQ(whyNot("a b"), "'a b' is no name of a host");
-    EXPECT_EQ(whyNot("n[3-1]"), "'n[3-1]' holds a range that runs backwards");
-    EXPECT_EQ(whyNot("r[1-2]n[1-2]"), "'r[1-2]n[1-2]' has more than one pair of brackets");
+    EXPECT_EQ(whyNoList("n[1-2"), "'n[1-2' has a bracket without its other one");
+    EXPECT_EQ(whyNoList("n]1["), "'n]1[' has a bracket without its other one");
+    EXPECT_EQ(whyNoList("a,,b"), "'' is no name of a host");
+    EXPECT_EQ(whyNoList("a b"), "'a b' is no name of a host");
+    EXPECT_EQ(whyNoList("n[3-1]"), "'n[3-1]' holds a range that runs backwards");
+    EXPECT_EQ(whyNoList("r[1-2]n[1-2]"), "'r[1-2]n[1-2]' has more than one pair of brackets");
     for (const std::string bad : {"n[]", "n[a-b]", "n[1-]", "n[1-2-3]", "n[99999999999999999999]"})
-        EXPECT_EQ(whyNot(bad), "'" + bad + "' holds no ranges of numbers such as [01-04,07]");
-    EXPECT_EQ(whyNot("n[1-999999999]"), "more than 100000 names");
+        EXPECT_EQ(whyNoList(bad), "'" + bad + "' holds no ranges of numbers such as [01-04,07]");
+    EXPECT_EQ(whyNoList("n[1-999999999]"), "more than 100000 names");
 }
 
 TEST(Skim, LeavesOutMembersButNothingElse) {

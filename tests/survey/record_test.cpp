@@ -13,7 +13,7 @@
 namespace survey {
 namespace {
 
-Survey sample() {
+Survey surveyToKeep() {
     Point chase = madeUpPoint("l-r", 1 << 20, {2e-9, 2.1e-9, 2e-9, 2e-9, 2e-9});
     chase.parameters.loadCpus = {1};
     chase.details[0].evidence = {{"steal_share", 0.25}};
@@ -26,7 +26,7 @@ Survey sample() {
     return survey;
 }
 
-std::string whyNot(const std::string& text) {
+std::string whyNoSurvey(const std::string& text) {
     try {
         parseSurvey(text);
     } catch (const std::runtime_error& failure) {
@@ -36,11 +36,11 @@ std::string whyNot(const std::string& text) {
 }
 
 TEST(Record, WhatIsWrittenIsReadAndJudgedAnew) {
-    std::string text = textOf(sample());
+    std::string text = textOf(surveyToKeep());
     const Survey read = parseSurvey(text);
     EXPECT_EQ(textOf(read), text);
     const Point& chase = read.sessions[0].points[0];
-    EXPECT_EQ(chase.parameters, sample().sessions[0].points[0].parameters);
+    EXPECT_EQ(chase.parameters, surveyToKeep().sessions[0].points[0].parameters);
     EXPECT_EQ(chase.load, 5e9);
     // Nothing that follows from the samples is believed.
     const std::string value = "\"value\":2e-09";
@@ -49,16 +49,16 @@ TEST(Record, WhatIsWrittenIsReadAndJudgedAnew) {
 }
 
 TEST(Record, SaysInALineWhatIsWrong) {
-    const std::string good = textOf(sample());
+    const std::string good = textOf(surveyToKeep());
     const auto with = [&good](const std::string& old, const std::string& replacement) {
         std::string text = good;
         text.replace(text.find(old), old.size(), replacement);
-        return whyNot(text);
+        return whyNoSurvey(text);
     };
-    EXPECT_EQ(whyNot(""), "not a file of kestrel-survey: no whole JSON text");
-    EXPECT_EQ(whyNot("{\"schema\": 3}"), "not a file of kestrel-survey");
-    EXPECT_EQ(whyNot("[1]"), "not a file of kestrel-survey");
-    EXPECT_EQ(whyNot(good.substr(0, good.size() / 2)),
+    EXPECT_EQ(whyNoSurvey(""), "not a file of kestrel-survey: no whole JSON text");
+    EXPECT_EQ(whyNoSurvey("{\"schema\": 3}"), "not a file of kestrel-survey");
+    EXPECT_EQ(whyNoSurvey("[1]"), "not a file of kestrel-survey");
+    EXPECT_EQ(whyNoSurvey(good.substr(0, good.size() / 2)),
               "not a file of kestrel-survey: no whole JSON text");
     EXPECT_EQ(with("survey/1", "survey/2"), "written by a newer kestrel-survey (format 2)");
     EXPECT_EQ(with("\"plan\":\"hierarchy\",\"parameters\"", "\"parameters\""),
@@ -77,10 +77,10 @@ TEST(Record, FilesAreReplacedWholeOrNotAtAll) {
     char folder[] = "/tmp/kestrel-record-XXXXXX";
     ASSERT_NE(mkdtemp(folder), nullptr);
     const fs::path file = fs::path(folder) / "survey.json", link = fs::path(folder) / "link.json";
-    writeSurvey(file, sample());
+    writeSurvey(file, surveyToKeep());
     chmod(file.c_str(), 0640);
     fs::create_symlink(file, link);
-    Survey changed = sample();
+    Survey changed = surveyToKeep();
     changed.host.name = "changed";
     writeSurvey(link, changed);
     EXPECT_TRUE(fs::is_symlink(link));

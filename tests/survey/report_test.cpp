@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "count_of.h"
 #include "made_up.h"
 #include "run_program.h"
 #include "survey/report/html.h"
@@ -16,13 +17,6 @@ namespace survey {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::size_t countOf(const std::string& text, const std::string& part) {
-    std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-        ++count;
-    return count;
-}
 
 /// Ends whatever it may stand in, and leaves a trace where anything of it is taken for script.
 const std::string hostile =

@@ -11,7 +11,7 @@
 namespace survey {
 namespace {
 
-Survey sample() {
+Survey surveyToShow() {
     Survey survey =
         madeUpSurvey({madeUpSession({madeUpPoint("a-l", 16384, {1e9, 1e9, 1e9, 1e9, 1e9}),
                                      madeUpPoint("a-l", 32768, {1e9, 2e9, 3e9, 4e9, 5e9})})});
@@ -32,13 +32,13 @@ TEST(Show, NarrowsToWhatWasAskedFor) {
     onlyNoisy.onlyNoisy = true;
     narrow.levels = false;
     narrow.containing = "32 KiB";
-    const std::string all = textFor(sample(), {}), noisy = textFor(sample(), onlyNoisy);
+    const std::string all = textFor(surveyToShow(), {}), noisy = textFor(surveyToShow(), onlyNoisy);
     EXPECT_EQ(all.find('\x1b'), std::string::npos) << "a file does not steer the terminal";
     for (const char* const text : {"16 KiB", "32 KiB", "L1 (48 KiB)"})
         EXPECT_NE(all.find(text), std::string::npos) << text;
     EXPECT_EQ(noisy.find("16 KiB"), std::string::npos);
     EXPECT_NE(noisy.find("32 KiB"), std::string::npos);
-    const Json json = showJson({{"file", sample()}}, narrow);
+    const Json json = showJson({{"file", surveyToShow()}}, narrow);
     EXPECT_EQ(json["schema"], "kestrel-survey-show/1");
     const Json& session = json["files"][0]["sessions"][0];
     EXPECT_EQ(session["points"].size(), 1u);
@@ -47,7 +47,7 @@ TEST(Show, NarrowsToWhatWasAskedFor) {
 }
 
 TEST(Show, ACacheIsDividedAmongThoseThatUseIt) {
-    const auto sizes = levelSizes(sample().sessions[0].facts, {0, 1});
+    const auto sizes = levelSizes(surveyToShow().sessions[0].facts, {0, 1});
     ASSERT_EQ(sizes.size(), 2u);
     EXPECT_EQ(sizes[0].bytes, 24576u);
 }
