@@ -34,8 +34,7 @@ class Collector {
         for (unsigned round = 1; round <= session.rounds; ++round)
             if (!takeRound(round, pointsThatLack(round)))
                 return false;
-        // Samples beyond the rounds may take a quarter of the time that the rounds took.
-        double end = secondsSoFar() * 1.25;
+        double end = secondsSoFar() * mostTime;
         if (how.budgetSeconds)
             end = std::min(end, *how.budgetSeconds);
         for (unsigned round = session.rounds + 1; round <= mostSamples; ++round)

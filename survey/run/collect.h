@@ -13,6 +13,8 @@ namespace survey {
 /// the rounds get more.
 inline constexpr unsigned usualRounds = 5;
 inline constexpr std::size_t mostSamples = 9;
+/// What all of them may take, of the time that the rounds take.
+inline constexpr double mostTime = 1.15;
 
 struct Collecting {
     unsigned rounds = usualRounds;

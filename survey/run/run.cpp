@@ -179,7 +179,8 @@ void showDryRun(std::ostream& out, const Session& session, const Meter& meter) {
     }
     out << session.points.size() << " points, " << session.rounds << " rounds, about "
         << spanText(sum * session.rounds) << "; up to "
-        << spanText(sum * static_cast<double>(mostSamples)) << " where points are noisy\n";
+        << spanText(sum * session.rounds * (session.rounds < mostSamples ? mostTime : 1))
+        << " where points are noisy\n";
 }
 
 /// Cuts the session to the budget and says what is left out.
