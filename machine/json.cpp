@@ -155,7 +155,14 @@ Json jsonOf(const Limits& limits) {
     Json quota;
     if (limits.quota)
         quota = {{"limited", limits.quota->cpus.has_value()}, {"cpus", orNull(limits.quota->cpus)}};
-    return {{"cpus", orNull(limits.cpus)}, {"nodes", orNull(limits.nodes)}, {"cpu_quota", quota}};
+    Json memory;
+    if (limits.memory)
+        memory = {{"limited", limits.memory->bytes.has_value()},
+                  {"bytes", orNull(limits.memory->bytes)}};
+    return {{"cpus", orNull(limits.cpus)},
+            {"nodes", orNull(limits.nodes)},
+            {"cpu_quota", quota},
+            {"memory", memory}};
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 /// What of the machine this process may use.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,10 +18,16 @@ struct CpuQuota {
     std::optional<double> cpus;
 };
 
+/// How much memory they allow.
+struct MemoryLimit {
+    std::optional<std::uint64_t> bytes;  ///< nothing: as for CPU time
+};
+
 struct Limits {
     std::optional<NumberList> cpus;   ///< by affinity and cpuset
     std::optional<NumberList> nodes;  ///< by cpuset
     std::optional<CpuQuota> quota;
+    std::optional<MemoryLimit> memory;
 };
 
 /// The folders of the control groups that may limit this process's CPU time, from its own to the

@@ -195,6 +195,10 @@ void addLimits(Page& page, const Limits& limits) {
         quota = limits.quota->cpus ? "that of " + numberText(*limits.quota->cpus) + " CPUs"
                                    : "not limited";
     page.line("CPU time", quota);
+    std::string memory = unknown;
+    if (limits.memory)
+        memory = limits.memory->bytes ? mebibytes(limits.memory->bytes) : "no limit seen";
+    page.line("memory", memory);
 }
 
 std::string poolText(const HugePagePool& pool) {

@@ -1,5 +1,6 @@
-/// kestrel-survey: a machine's memory and arithmetic in a minute, each figure with its trust.
+/// kestrel-survey: a machine's memory and arithmetic in minutes, each figure with its trust.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -12,7 +13,7 @@
 namespace {
 
 struct CommandRow {
-    const char* name;
+    std::string_view name;
     const char* text;
     survey::Command (*add)(CLI::App& app, const std::string& commandLine);
 };
@@ -34,16 +35,33 @@ std::string lineOf(int argc, char** argv) {
     return line;
 }
 
+/// A value that is left out would swallow the next option.
+void refuseOptionsAsValues(CLI::App& command) {
+    for (CLI::Option* const option :
+         command.get_options([](const CLI::Option* it) { return !it->get_positional(); }))
+        option->check([](const std::string& value) {
+            return value.starts_with("--") ? "'" + value + "' is an option, not a value" : "";
+        });
+}
+
+bool isCommand(std::string_view word) {
+    return std::ranges::find(commands, word, &CommandRow::name) != std::end(commands);
+}
+
 int parseAndRun(int argc, char** argv) {
-    CLI::App app("A machine's memory and arithmetic in a minute, each figure with its trust.",
+    CLI::App app("A machine's memory and arithmetic in minutes, each figure with its trust.",
                  "kestrel-survey");
     app.require_subcommand(1);
     app.set_version_flag("--version", versionkit::text("kestrel-survey"));
     std::vector<std::pair<CLI::App*, survey::Command>> all;
     for (const CommandRow& row : commands) {
-        CLI::App* const command = app.add_subcommand(row.name, row.text);
+        CLI::App* const command = app.add_subcommand(std::string(row.name), row.text);
         all.emplace_back(command, row.add(*command, lineOf(argc, argv)));
+        refuseOptionsAsValues(*command);
     }
+    if (argc > 1 && argv[1][0] != '-' && !isCommand(argv[1]))
+        throw survey::UsageError("there is no subcommand '" + std::string(argv[1]) +
+                                 "', try --help");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& failure) {

@@ -185,6 +185,8 @@ Command addRunCommand(CLI::App& app, const std::string& commandLine) {
             throw UsageError(
                 "a plan and points of your own (--pattern, --size, --word, --stride) "
                 "exclude each other");
+        if (const std::string why = whyNotWith(order->plan, order->choices); !why.empty())
+            throw UsageError(why);
         return run(*order, std::cout);
     };
 }

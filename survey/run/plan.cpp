@@ -97,15 +97,25 @@ bool runsHere(const Kestrel::PatternRow& row) {
     return steps != nullptr && steps->runPass(state) != 0;
 }
 
-/// Sizes that lie well inside each level of the first CPU's caches, and in memory.
-std::vector<std::uint64_t> sizeOfEachLevel(const Ground& ground, std::size_t arrays) {
+/// A size of which each of these CPUs' arrays lie well inside a level of the first one's caches.
+std::optional<std::uint64_t> sizeInside(const Ground& ground, const std::vector<unsigned>& cpus,
+                                        unsigned level) {
+    const auto* const cache = machine::dataCache(ground.facts.caches, cpus.front(), level);
+    if (cache == nullptr || !cache->bytes)
+        return std::nullopt;
+    const auto sharers = std::ranges::count_if(
+        cpus, [&](unsigned cpu) { return machine::contains(cache->cpus, cpu); });
+    return std::bit_floor(*cache->bytes / 2 / std::max<std::uint64_t>(sharers, 1));
+}
+
+/// One inside each level, and one in memory.
+std::vector<std::uint64_t> sizeOfEachLevel(const Ground& ground,
+                                           const std::vector<unsigned>& cpus) {
     std::vector<std::uint64_t> sizes;
     for (unsigned level = 1; level <= 3; ++level)
-        if (const auto* const cache =
-                machine::dataCache(ground.facts.caches, ground.cpus.front(), level);
-            cache != nullptr && cache->bytes)
-            sizes.push_back(std::bit_floor(*cache->bytes / 2 / (level == 3 ? arrays : 1)));
-    sizes.push_back(memorySize(ground, arrays));
+        if (const auto size = sizeInside(ground, cpus, level))
+            sizes.push_back(*size);
+    sizes.push_back(memorySize(ground, cpus.size()));
     return sizes;
 }
 
@@ -116,7 +126,7 @@ std::vector<Parameters> peakPoints(const Ground& ground, const Choices& choices)
             if (row.arrayUse == Kestrel::ArrayUse::none && runsHere(row))
                 points.push_back(pointAt(place, std::string(row.name)));
         // What the roofline leans on.
-        for (const std::uint64_t size : sizeOfEachLevel(ground, place.cpus.size()))
+        for (const std::uint64_t size : sizeOfEachLevel(ground, place.cpus))
             points.push_back(pointAt(place, "a-l", size));
     }
     return points;
@@ -138,10 +148,9 @@ std::vector<Parameters> scalingPoints(const Ground& ground, const Choices& choic
         const std::uint64_t memory = memorySize(ground, most);
         points.push_back(pointAt(place, "a-l", memory));
         points.push_back(pointAt(place, "a-fastmem", memory));
-        if (const auto* const cache =
-                machine::dataCache(ground.facts.caches, place.cpus.front(), 2);
-            cache != nullptr && cache->bytes)
-            points.push_back(pointAt(place, "a-l", std::bit_floor(*cache->bytes / 2)));
+        // The same for each number of CPUs.
+        if (const auto size = sizeInside(ground, ground.cpus, 2))
+            points.push_back(pointAt(place, "a-l", *size));
     }
     return points;
 }
@@ -162,6 +171,8 @@ std::vector<std::vector<unsigned>> pairsOf(const Ground& ground, bool all) {
 std::vector<Parameters> sharingPoints(const Ground& ground, const Choices& choices) {
     std::vector<Parameters> points;
     for (const Place& place : placesOf(ground, choices, pairsOf(ground, choices.allPairs))) {
+        if (place.cpus.size() < 2)
+            continue;  // nobody to share with
         points.push_back(pointAt(place, "s-lms", {}, 0));
         points.push_back(pointAt(place, "s-lms", {}, linesApart));
         points.push_back(pointAt(place, "s-lms-l", {}, 0));
@@ -206,7 +217,7 @@ std::vector<Parameters> loadedPoints(const Ground& ground, const Choices& choice
     std::vector<Parameters> points;
     for (const Place& place : onOneCpu(ground, choices)) {
         std::vector<unsigned> others = ground.cpus;
-        std::erase_if(others, [&](unsigned cpu) { return cpu == place.cpus.front(); });
+        std::erase_if(others, [&](unsigned cpu) { return machine::contains(place.cpus, cpu); });
         std::vector<std::vector<unsigned>> loads{{}};
         if (!others.empty())
             std::ranges::copy(growingSets(others), std::back_inserter(loads));
@@ -272,8 +283,12 @@ Ground groundOf(machine::Facts facts) {
         throw std::runtime_error("there is no CPU that this process may run on");
     ground.pageBytes = facts.memory.pageBytes.value_or(4 * kibibyte);
     ground.lastLevelBytes = machine::lastLevelBytes(facts, ground.cpus.front());
-    const std::uint64_t free = facts.memory.availableBytes.value_or(gibibyte);
-    ground.largestArray = std::min<std::uint64_t>(free / 4, 2ull * gibibyte);
+    ground.freeBytes = facts.memory.availableBytes;
+    if (facts.limits.memory && facts.limits.memory->bytes)
+        ground.freeBytes =
+            std::min(ground.freeBytes.value_or(UINT64_MAX), *facts.limits.memory->bytes);
+    ground.largestArray =
+        std::min<std::uint64_t>(ground.freeBytes.value_or(gibibyte) / 4, 2ull * gibibyte);
     ground.facts = std::move(facts);
     return ground;
 }
@@ -300,6 +315,22 @@ std::uint64_t memorySize(const Ground& ground, std::size_t arrays) {
     const std::uint64_t wanted = std::max(4 * cache / arrays, std::uint64_t{64} * mebibyte);
     return std::bit_floor(
         std::clamp<std::uint64_t>(ground.largestArray / arrays, mebibyte, wanted));
+}
+
+std::string whyNotWith(std::string_view plan, const Choices& choices) {
+    const bool own = choices.hasPoints();
+    if (choices.allPairs && (own || (plan != "sharing" && plan != "all")))
+        return "--all: only the plans sharing and all have pairs of CPUs";
+    if (own)
+        return {};
+    if (plan == "nodes" && !(choices.cpus.empty() && choices.nodes.empty()))
+        return "--cpu, --node: the plan nodes takes all CPUs and nodes";
+    constexpr std::size_t pair = 2;
+    if (plan == "sharing")
+        for (const auto& cpus : choices.cpus)
+            if (cpus.size() != pair)
+                return "--cpu: the plan sharing takes two CPUs at a time";
+    return {};
 }
 
 std::vector<PlannedPoint> pointsOf(std::string_view plan, const Ground& ground,

@@ -40,7 +40,8 @@ struct Ground {
     std::vector<unsigned> cpus;  ///< that this process may run on, none twice
     std::uint64_t pageBytes = 0;
     std::optional<std::uint64_t> lastLevelBytes;
-    std::uint64_t largestArray = 0;  ///< bytes: a quarter of what is free, 2 GiB at most
+    std::optional<std::uint64_t> freeBytes;  ///< what is available, or less that is allowed
+    std::uint64_t largestArray = 0;          ///< bytes: a quarter of what is free, 2 GiB at most
 };
 /// Throws std::runtime_error where the process may run nowhere.
 Ground groundOf(machine::Facts facts);
@@ -52,6 +53,9 @@ struct Plan {
 };
 std::span<const Plan> allPlans();
 const Plan* findPlan(std::string_view name);
+
+/// Why these choices make no sense for a plan; empty where they do.
+std::string whyNotWith(std::string_view plan, const Choices& choices);
 
 /// The points of a plan ("all" has those of every plan), or of one's own where the choices have
 /// any, equal ones merged, in the plan's order.

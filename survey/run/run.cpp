@@ -66,15 +66,19 @@ void checkPlaces(const std::vector<PlannedPoint>& points, const Ground& ground) 
 
 /// Memory that a point's arrays take together must be there before anything is measured.
 void checkMemory(const std::vector<PlannedPoint>& points, const Ground& ground) {
-    const std::uint64_t available = ground.facts.memory.availableBytes.value_or(UINT64_MAX);
+    const std::uint64_t available = ground.freeBytes.value_or(UINT64_MAX);
     for (const PlannedPoint& point : points) {
+        // These come from pools, which are no free memory.
+        const auto pages = point.parameters.pages.value_or(Kestrel::pkSystem);
+        if (pages == Kestrel::pk2M || pages == Kestrel::pk1G)
+            continue;
         const bool shared = rowOf(point.parameters).sharesArray();
         const std::uint64_t arrays =
             (shared ? 1 : point.parameters.cpus.size()) + point.parameters.loadCpus.size();
         if (point.parameters.sizeBytes.value_or(0) * arrays > available)
             throw UsageError("--size: " + std::to_string(arrays) + " × " +
                              sizeText(*point.parameters.sizeBytes) + " is more than the " +
-                             sizeText(available) + " of memory that are free");
+                             sizeText(available) + " of memory that are free or allowed");
     }
 }
 

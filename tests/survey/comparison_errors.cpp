@@ -134,7 +134,10 @@ std::size_t sessionsFor(double cv, double slowed, unsigned repetitions) {
 
 void sessionsNeeded(unsigned repetitions) {
     std::printf(
-        "\n| variation | 5 %% slower | 10 %% slower | 20 %% slower |\n| --- | --- | --- | --- |\n");
+        "\nSessions a side that it takes to find one slower point 95 times in a hundred, by how "
+        "much "
+        "sessions vary:\n\n| sessions vary by | a point 5 %% slower | 10 %% | 20 %% |\n"
+        "| --- | --- | --- | --- |\n");
     for (const double cv : {0.01, 0.02, 0.03, 0.05}) {
         std::printf("| %.0f %% |", 100 * cv);
         for (const double slowed : {0.05, 0.1, 0.2})

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
 
 #include "survey/run/sizes.h"
 
@@ -87,6 +88,29 @@ TEST(Plans, PointsOfOnesOwnAreTheProductWithoutWhatAPatternDoesNotLookAt) {
                                 smallMachine())
                      .empty());
     EXPECT_TRUE(whyUnsupported({.pattern = "a-l", .sizeBytes = 4096}, smallMachine()).empty());
+}
+
+TEST(Plans, MindWhoSharesACacheAndWhoIsMeasured) {
+    Ground ground = smallMachine();
+    machine::Cache cache{};
+    cache.level = 2;
+    cache.type = machine::CacheType::unified;
+    cache.bytes = 2u << 20;
+    cache.cpus = {2, 3};
+    ground.facts.caches = {cache};
+    std::set<std::uint64_t> ofOne, ofBoth;
+    for (const PlannedPoint& point : pointsOf("peak", ground, {}))
+        if (point.parameters.pattern == "a-l")
+            (point.parameters.cpus.size() == 1 ? ofOne : ofBoth)
+                .insert(*point.parameters.sizeBytes);
+    EXPECT_TRUE(ofOne.contains(1u << 20));
+    EXPECT_TRUE(ofBoth.contains(512u << 10)) << "two arrays share the cache";
+    Choices both;
+    both.cpus = {{2, 3}};
+    for (const PlannedPoint& point : pointsOf("loaded", ground, both))
+        EXPECT_TRUE(point.parameters.loadCpus.empty()) << "nobody is left to load";
+    EXPECT_FALSE(whyNotWith("nodes", both).empty());
+    EXPECT_TRUE(whyNotWith("sharing", both).empty());
 }
 
 }  // namespace

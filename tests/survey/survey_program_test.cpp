@@ -71,6 +71,10 @@ TEST_F(SurveyProgram, RefusesBeforeItMeasures) {
                                                          {"--budget soon", "'soon'"},
                                                          {"--rounds 0", "rounds"},
                                                          {"--bogus", "bogus"},
+                                                         {"--name --dry-run", "--name"},
+                                                         {"nodes --cpu 0", "all CPUs"},
+                                                         {"sharing --cpu 0", "two CPUs"},
+                                                         {"peak --all", "--all"},
                                                          {"hierarchy --pattern a-l", "exclude"},
                                                          {"-o a --append b", "append"}};
     for (const auto& [arguments, says] : cases)
