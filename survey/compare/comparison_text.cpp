@@ -192,9 +192,8 @@ void showPower(std::ostream& out, const Comparison& comparison) {
         return;
     const auto [least, most] = std::ranges::minmax_element(
         tested, {}, [](const ComparedPoint* it) { return it->difference->smallest; });
-    out << "\nAn interval is of one point by itself. Of so many some leave out 0 by chance, so "
-           "worse and\n"
-           "better ask for more, and for 2 % at least.\n"
+    out << "\nAn interval is of one point by itself. Of so many some leave out 0 by chance, so\n"
+           "worse and better ask for more, and for 2 % at least.\n"
            "finds: the smallest change to the worse that would have been found nine times in\n"
            "ten; "
         << percent((*least)->difference->smallest) << " (" << textOf((*least)->kind) << ") to "
