@@ -183,6 +183,13 @@ void addCacheEdge(const machine::Facts& facts, const Parameters& parameters, Evi
     evidence["cache_edge"] = edge ? 1 : 0;
 }
 
+/// Seconds that a pass of random loads takes at most, which does not grow with an array that is
+/// beyond the caches.
+double randomPass(double bytes) {
+    constexpr double fromMemory = 0.03, beyondCaches = 1 << 24;
+    return fromMemory * std::min(1.0, bytes / beyondCaches);
+}
+
 Parameters withoutSize(Parameters parameters) {
     parameters.sizeBytes.reset();
     return parameters;
@@ -208,18 +215,19 @@ Meter::Meter(const Ground& ground, double counterHz, SampleTimes times)
 Meter::Known Meter::expected(const Parameters& parameters) const {
     if (const auto found = known.find(parameters); found != known.end())
         return found->second;
-    // Before the first sample, rather too long than too short.
-    constexpr double bytesPerSecond = 6e9, preparedPerSecond = 1.5e9;
-    constexpr double shortPass = 0.005, chasePass = 0.03;
-    constexpr double evidence = 0.006, aWorker = 0.00075;
-    const double bytes = static_cast<double>(parameters.sizeBytes.value_or(0));
-    const auto found = slowestByte.find(withoutSize(parameters));
-    const double aByte = found != slowestByte.end() ? found->second : 1 / bytesPerSecond;
-    const auto workers = static_cast<double>(parameters.cpus.size() + parameters.loadCpus.size());
-    // However large the array, a pass of this one makes so many loads and no more.
-    const bool chase = parameters.pattern == "l-r";
-    return {.passSeconds = std::max(shortPass, chase ? chasePass : bytes * aByte),
-            .otherSeconds = evidence + workers * (aWorker + bytes / preparedPerSecond)};
+    // Before the first sample, rather too long than too short: by what it is with other sizes, and
+    // by what slow memory gives a CPU that is alone or one of many.
+    constexpr double alone = 8e9, amongOthers = 4e9, preparedPerSecond = 1.5e9;
+    constexpr double shortPass = 0.005, evidence = 0.006, aWorker = 0.00075;
+    const std::size_t workers = parameters.cpus.size() + parameters.loadCpus.size();
+    const auto bytes = static_cast<double>(parameters.sizeBytes.value_or(0));
+    const auto other = largest.find(withoutSize(parameters));
+    const double aByte = other != largest.end() ? other->second.secondsPerByte
+                                                : 1 / (workers > 1 ? amongOthers : alone);
+    const double pass = parameters.pattern == "l-r" ? randomPass(bytes) : bytes * aByte;
+    return {.passSeconds = std::max(shortPass, pass),
+            .otherSeconds =
+                evidence + static_cast<double>(workers) * (aWorker + bytes / preparedPerSecond)};
 }
 
 milliseconds Meter::measuredFor(const Known& expected) const {
@@ -248,10 +256,11 @@ void Meter::learn(const Parameters& parameters, const std::vector<WorkerWork>& w
     known[parameters] = {slowest, otherSeconds};
     constexpr std::uint64_t large = 1 << 23;  // smaller arrays say little of memory
     const std::uint64_t bytes = parameters.sizeBytes.value_or(0);
-    if (bytes >= large) {
-        double& aByte = slowestByte[withoutSize(parameters)];
-        aByte = std::max(aByte, slowest / static_cast<double>(bytes));
-    }
+    if (bytes < large)
+        return;
+    Large& most = largest[withoutSize(parameters)];
+    if (bytes >= most.bytes)
+        most = {bytes, slowest / static_cast<double>(bytes)};
 }
 
 void Meter::moveAwayFrom(const Parameters& parameters) const {

@@ -62,9 +62,12 @@ class Meter {
     double counterHz;
     SampleTimes times;
     std::map<Parameters, Known> known;
-    /// Seconds for a byte in a pass over a large array, by the point less its size; the most of
-    /// all sizes.
-    std::map<Parameters, double> slowestByte;
+    /// What the largest array so far took, by the point less its size: it tells most of memory.
+    struct Large {
+        std::uint64_t bytes = 0;
+        double secondsPerByte = 0;
+    };
+    std::map<Parameters, Large> largest;
 };
 
 /// Turns what workers did into a figure: what they obtained together; for times the mean of what
