@@ -92,9 +92,9 @@ class Collector {
     bool takeRound(unsigned round, const std::vector<std::size_t>& points) {
         const auto order = shuffled(points.size(), session.seed + round);
         // Surveys can have thousands of points, so nothing here looks at all of them for each.
-        std::vector<double> seconds;
-        for (const std::size_t i : points)
-            seconds.push_back(expectedSeconds(session.points[i]));
+        std::vector<double> seconds(points.size());
+        for (std::size_t i = 0; i < points.size(); ++i)
+            seconds[i] = expectedSeconds(session.points[points[i]]);
         double thisRound = std::accumulate(seconds.begin(), seconds.end(), 0.0);
         double laterRound = thisRound;
         const unsigned laterRounds = round < session.rounds ? session.rounds - round : 0;

@@ -183,8 +183,8 @@ void addCacheEdge(const machine::Facts& facts, const Parameters& parameters, Evi
     evidence["cache_edge"] = edge ? 1 : 0;
 }
 
-/// Seconds that a pass of random loads takes at most, which does not grow with an array that is
-/// beyond the caches.
+/// A guess at the seconds that a pass of random loads takes: it makes the same number of them in
+/// any array, and they take longer only until the array is beyond the caches.
 double randomPass(double bytes) {
     constexpr double fromMemory = 0.03, beyondCaches = 1 << 24;
     return fromMemory * std::min(1.0, bytes / beyondCaches);
