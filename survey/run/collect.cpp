@@ -27,16 +27,20 @@ unsigned roundsDone(const Point& point) {
 
 class Collector {
   public:
-    Collector(Session& session, Meter& meter, const Collecting& how, const Listener& listener)
-        : session(session), meter(meter), how(how), listener(listener) {}
+    Collector(Session& session, Meter& meter, std::optional<double> budgetSeconds,
+              const Listener& listener)
+        : session(session), meter(meter), budgetSeconds(budgetSeconds), listener(listener) {}
 
     bool run() {
         for (unsigned round = 1; round <= session.rounds; ++round)
             if (!takeRound(round, pointsThatLack(round)))
                 return false;
+        for (Point& point : session.points)
+            if (point.samples.empty() && point.unsupported.empty())
+                point.unsupported = "no pass counted: its CPUs were busy";
         double end = secondsSoFar() * mostTime;
-        if (how.budgetSeconds)
-            end = std::min(end, *how.budgetSeconds);
+        if (budgetSeconds)
+            end = std::min(end, *budgetSeconds);
         for (unsigned round = session.rounds + 1; round <= mostSamples; ++round)
             if (!takeRound(round, affordable(noisyPoints(round), end - secondsSoFar())))
                 return false;
@@ -62,13 +66,6 @@ class Collector {
         return noisy;
     }
 
-    [[nodiscard]] double secondsOf(const std::vector<std::size_t>& points) const {
-        double seconds = 0;
-        for (const std::size_t i : points)
-            seconds += meter.expectedSeconds(session.points[i].parameters);
-        return seconds;
-    }
-
     [[nodiscard]] double secondsSoFar() const {
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     }
@@ -87,14 +84,31 @@ class Collector {
         return points;
     }
 
+    /// 0 for a point that is not going to be tried again.
+    [[nodiscard]] double expectedSeconds(const Point& point) const {
+        return point.unsupported.empty() ? meter.expectedSeconds(point.parameters) : 0;
+    }
+
     bool takeRound(unsigned round, const std::vector<std::size_t>& points) {
         const auto order = shuffled(points.size(), session.seed + round);
+        // Surveys can have thousands of points, so nothing here looks at all of them for each.
+        std::vector<double> seconds(points.size());
+        for (std::size_t i = 0; i < points.size(); ++i)
+            seconds[i] = expectedSeconds(session.points[points[i]]);
+        double thisRound = std::accumulate(seconds.begin(), seconds.end(), 0.0);
+        double laterRound = thisRound;
+        const unsigned laterRounds = round < session.rounds ? session.rounds - round : 0;
+        const std::size_t noisy = noisySoFar();
+        const std::size_t all = done + points.size() * (1 + laterRounds);
         for (std::size_t place = 0; place < order.size(); ++place) {
-            tell(round, points, order, place);
-            if (!takeSample(session.points[points[order[place]]], round,
-                            static_cast<unsigned>(place) + 1))
+            Point& point = session.points[points[order[place]]];
+            if (listener.sampling)
+                listener.sampling(point, done, all, thisRound + laterRounds * laterRound, noisy);
+            if (!takeSample(point, round, static_cast<unsigned>(place) + 1))
                 return false;
             ++done;
+            thisRound -= seconds[order[place]];
+            laterRound += expectedSeconds(point) - seconds[order[place]];
         }
         judge(session);
         if (!points.empty() && listener.roundEnded)
@@ -102,25 +116,30 @@ class Collector {
         return !stopped();
     }
 
+    /// Points that are noisy for another reason than that they are not finished.
+    [[nodiscard]] std::size_t noisySoFar() const {
+        return static_cast<std::size_t>(std::ranges::count_if(session.points, [](const Point& it) {
+            return it.verdict == Verdict::noisy && it.samples.size() >= fewestSamples;
+        }));
+    }
+
     /// False where the survey is to stop; what was measured then is half a sample, and is dropped.
     bool takeSample(Point& point, unsigned round, unsigned place) {
-        auto taken = meter.take(point.parameters);
+        auto taken = meter.take(point.parameters, [this] { return stopped(); });
         if (stopped())
             return false;
         if (const auto* const none = std::get_if<NoSample>(&taken)) {
-            point.unsupported = none->reason;
+            // Where there are samples already, it can be done, and is tried again.
+            if (point.samples.empty())
+                point.unsupported = none->reason;
             return true;
         }
         auto& sample = std::get<Sample>(taken);
-        if (sample.value == 0) {
-            // Where there are samples already, it can be done, and the CPU was busy.
-            if (point.samples.empty())
-                point.unsupported = "nothing counts: kestrel or this processor cannot do it";
-            return true;
-        }
-        if (point.limitPerCycle && sample.detail.clockHz)
+        if (sample.value == 0)
+            return true;  // its CPUs were busy, and it is tried again
+        if (point.limitPerCycle && sample.highestClockHz != 0)
             point.limit = std::max(point.limit.value_or(0),
-                                   *point.limitPerCycle * *sample.detail.clockHz *
+                                   *point.limitPerCycle * sample.highestClockHz *
                                        static_cast<double>(point.parameters.cpus.size()));
         sample.detail.round = round;
         sample.detail.order = place;
@@ -130,24 +149,9 @@ class Collector {
         return true;
     }
 
-    /// Says which sample is next, and what lies ahead.
-    void tell(unsigned round, const std::vector<std::size_t>& points,
-              const std::vector<std::size_t>& order, std::size_t place) const {
-        if (!listener.sampling)
-            return;
-        const unsigned laterRounds = round < session.rounds ? session.rounds - round : 0;
-        double left = laterRounds * secondsOf(points);
-        for (std::size_t i = place; i < order.size(); ++i)
-            left += meter.expectedSeconds(session.points[points[order[i]]].parameters);
-        const std::size_t all = done + points.size() - place + laterRounds * points.size();
-        listener.sampling(session.points[points[order[place]]], done, all, left,
-                          static_cast<std::size_t>(
-                              std::ranges::count(session.points, Verdict::noisy, &Point::verdict)));
-    }
-
     Session& session;
     Meter& meter;
-    const Collecting& how;
+    const std::optional<double> budgetSeconds;
     const Listener& listener;
     std::size_t done = 0;  ///< samples
     const std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
@@ -175,8 +179,9 @@ std::vector<double> expectedSeconds(const Session& session, const Meter& meter) 
     return seconds;
 }
 
-bool collect(Session& session, Meter& meter, const Collecting& how, const Listener& listener) {
-    return Collector(session, meter, how, listener).run();
+bool collect(Session& session, Meter& meter, std::optional<double> budgetSeconds,
+             const Listener& listener) {
+    return Collector(session, meter, budgetSeconds, listener).run();
 }
 
 }  // namespace survey

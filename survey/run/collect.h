@@ -16,16 +16,10 @@ inline constexpr std::size_t mostSamples = 9;
 /// What all of them may take, of the time that the rounds take.
 inline constexpr double mostTime = 1.15;
 
-struct Collecting {
-    unsigned rounds = usualRounds;
-    std::optional<double> budgetSeconds;
-    SampleTimes times;
-};
-
 /// Called beside the measurement; all of them may be empty.
 struct Listener {
-    /// Before each sample: the point, samples done and to be done, seconds left, noisy points so
-    /// far.
+    /// Before each sample: the point, samples done and to be done, seconds left, and how many
+    /// of the points that have samples enough for a verdict are noisy.
     std::function<void(const Point& point, std::size_t done, std::size_t all, double secondsLeft,
                        std::size_t noisy)>
         sampling;
@@ -51,6 +45,7 @@ std::vector<double> expectedSeconds(const Session& session, const Meter& meter);
 /// Takes the samples that the session's points still lack, in rounds, each in a random order of its
 /// own, which the session's seed decides; then those of points that are still noisy, within the
 /// budget. Points that turn out to be unsupported say why. Returns whether it came to its end.
-bool collect(Session& session, Meter& meter, const Collecting& how, const Listener& listener);
+bool collect(Session& session, Meter& meter, std::optional<double> budgetSeconds,
+             const Listener& listener);
 
 }  // namespace survey

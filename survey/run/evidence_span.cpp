@@ -154,22 +154,23 @@ void EvidenceSpan::addCpuTimes(const Reading& after, double sharePerTick,
     };
     if (after.cpus.empty())
         return;
-    double stolen = 0, sibling = 0, others = 0;
+    std::optional<double> stolen;
+    double sibling = 0, others = 0;
     for (const auto& [cpu, time] : after.cpus) {
         const auto old = before.cpus.find(cpu);
         if (old == before.cpus.end())
             continue;
-        const double busy = static_cast<double>(time.busy - old->second.busy) * sharePerTick;
+        // A counter can step back, as when a virtual machine moves to another host: not known.
         if (is(watched.cpus, cpu)) {
-            stolen = std::max(stolen,
-                              static_cast<double>(time.stolen - old->second.stolen) * sharePerTick);
+            stolen = std::max(stolen, growth(old->second.stolen, time.stolen));
         } else if (!is(watched.busyOnPurpose, cpu)) {
+            const double busy = growth(old->second.busy, time.busy).value_or(0) * sharePerTick;
             others += busy;
             if (is(siblings, cpu))
                 sibling = std::max(sibling, busy);
         }
     }
-    evidence["steal_share"] = stolen;
+    put(evidence, "steal_share", stolen, sharePerTick);
     evidence["machine_busy_cpus"] = others;
     if (!siblings.empty())
         evidence["sibling_busy_share"] = sibling;

@@ -126,6 +126,7 @@ std::vector<WorkerWork> endAll(Team& team, Unit unit, std::uint64_t& arrayBytes)
 /// the first few tell enough.
 struct CoreReadings {
     std::optional<double> additions, clock;  ///< the worst of all; cycles for each tick
+    double highestClock = 0;                 ///< 0: none could be read
 
     explicit CoreReadings(const std::vector<unsigned>& cpus) {
         constexpr std::size_t most = 8;
@@ -137,6 +138,7 @@ struct CoreReadings {
             for (int reading = 0; reading < enough; ++reading)
                 readings.read();
             takeLower(clock, readings.cyclesPerTick());
+            highestClock = std::max(highestClock, readings.cyclesPerTick());
             takeLower(additions, processor::additionsPerCycle());
         }
     }
@@ -181,6 +183,18 @@ void addCacheEdge(const machine::Facts& facts, const Parameters& parameters, Evi
     evidence["cache_edge"] = edge ? 1 : 0;
 }
 
+/// A guess at the seconds that a pass of random loads takes: it makes the same number of them in
+/// any array, and they take longer only until the array is beyond the caches.
+double randomPass(double bytes) {
+    constexpr double fromMemory = 0.03, beyondCaches = 1 << 24;
+    return fromMemory * std::min(1.0, bytes / beyondCaches);
+}
+
+Parameters withoutSize(Parameters parameters) {
+    parameters.sizeBytes.reset();
+    return parameters;
+}
+
 }  // namespace
 
 double valueOf(Unit unit, const std::vector<WorkerWork>& workers, double counterHz) {
@@ -198,45 +212,55 @@ double valueOf(Unit unit, const std::vector<WorkerWork>& workers, double counter
 Meter::Meter(const Ground& ground, double counterHz, SampleTimes times)
     : ground(ground), counterHz(counterHz), times(times) {}
 
-std::optional<double> Meter::slowestByte(const Parameters& parameters) const {
-    constexpr std::uint64_t large = 1 << 23;  // smaller arrays say little of memory
-    std::optional<double> slowest;
-    for (const auto& [other, found] : known) {
-        Parameters ofThisSize = other;
-        ofThisSize.sizeBytes = parameters.sizeBytes;
-        if (other.sizeBytes.value_or(0) >= large && ofThisSize == parameters)
-            slowest = std::max(slowest.value_or(0),
-                               found.passSeconds / static_cast<double>(*other.sizeBytes));
-    }
-    return slowest;
-}
-
 Meter::Known Meter::expected(const Parameters& parameters) const {
     if (const auto found = known.find(parameters); found != known.end())
         return found->second;
-    // Before the first sample, rather too long than too short.
-    constexpr double bytesPerSecond = 6e9, preparedPerSecond = 1.5e9, shortPass = 0.005;
-    const double bytes = static_cast<double>(parameters.sizeBytes.value_or(0));
-    const bool chase = unitOf(parameters) == Unit::secondsPerLoad;
-    const double aByte = slowestByte(parameters).value_or(1 / bytesPerSecond);
-    return {
-        .passSeconds = std::max(shortPass, chase ? 0.03 : bytes * aByte),
-        .prepareSeconds = bytes * static_cast<double>(parameters.cpus.size()) / preparedPerSecond};
+    // Before the first sample, rather too long than too short: by what it is with other sizes, and
+    // by what slow memory gives a CPU that is alone or one of many.
+    constexpr double alone = 8e9, amongOthers = 4e9, preparedPerSecond = 1.5e9;
+    constexpr double shortPass = 0.005, evidence = 0.006, aWorker = 0.00075;
+    const std::size_t workers = parameters.cpus.size() + parameters.loadCpus.size();
+    const auto bytes = static_cast<double>(parameters.sizeBytes.value_or(0));
+    const auto other = largest.find(withoutSize(parameters));
+    const double aByte = other != largest.end() ? other->second.secondsPerByte
+                                                : 1 / (workers > 1 ? amongOthers : alone);
+    const double pass = parameters.pattern == "l-r" ? randomPass(bytes) : bytes * aByte;
+    return {.passSeconds = std::max(shortPass, pass),
+            .otherSeconds =
+                evidence + static_cast<double>(workers) * (aWorker + bytes / preparedPerSecond)};
 }
 
-milliseconds Meter::measuredFor(const Parameters& parameters) const {
+milliseconds Meter::measuredFor(const Known& expected) const {
     // The pass under way when counting begins does not count, and passes may get slower.
     constexpr double inReserve = 2;
     const double passes = static_cast<double>(fewestPasses) + inReserve;
-    return std::max(
-        times.measured,
-        milliseconds(std::lround(std::ceil(passes * expected(parameters).passSeconds * 1e3))));
+    return std::max(times.measured,
+                    milliseconds(std::lround(std::ceil(passes * expected.passSeconds * 1e3))));
 }
 
 double Meter::expectedSeconds(const Parameters& parameters) const {
-    constexpr double around = 0.006;  // evidence, threads
-    const auto waits = times.warmUp + measuredFor(parameters) + times.coolDown;
-    return duration<double>(waits).count() + expected(parameters).prepareSeconds + around;
+    const Known about = expected(parameters);
+    const auto phases = times.warmUp + measuredFor(about) + times.coolDown;
+    return duration<double>(phases).count() + about.otherSeconds;
+}
+
+void Meter::learn(const Parameters& parameters, const std::vector<WorkerWork>& workers,
+                  double otherSeconds) {
+    double slowest = 0;
+    for (const WorkerWork& worker : workers)
+        if (worker.passes != 0)
+            slowest = std::max(slowest, static_cast<double>(worker.ticks) / counterHz /
+                                            static_cast<double>(worker.passes));
+    if (slowest == 0)
+        return;
+    known[parameters] = {slowest, otherSeconds};
+    constexpr std::uint64_t large = 1 << 23;  // smaller arrays say little of memory
+    const std::uint64_t bytes = parameters.sizeBytes.value_or(0);
+    if (bytes < large)
+        return;
+    Large& most = largest[withoutSize(parameters)];
+    if (bytes >= most.bytes)
+        most = {bytes, slowest / static_cast<double>(bytes)};
 }
 
 void Meter::moveAwayFrom(const Parameters& parameters) const {
@@ -258,14 +282,20 @@ void Meter::moveAwayFrom(const Parameters& parameters) const {
     sched_setaffinity(0, sizeof set, &set);
 }
 
-std::variant<Sample, NoSample> Meter::takeOnce(const Parameters& parameters) {
+std::variant<Sample, NoSample> Meter::takeOnce(const Parameters& parameters,
+                                               const std::function<bool()>& stop) {
+    const auto began = Clock::now();
     const Unit unit = unitOf(parameters);
+    const milliseconds measured = measuredFor(expected(parameters));
+    const auto phase = [&stop](milliseconds time) {
+        if (!stop())
+            sleepFor(time);
+    };
     Sample sample;
     sample.detail.started = utcNow();
     const CoreReadings coresBefore(parameters.cpus);
     moveAwayFrom(parameters);
 
-    const auto assembling = Clock::now();
     std::optional<Team> load = loadBeside(parameters);
     Team team(parameters);
     if (load && !load->failure.empty())
@@ -274,7 +304,6 @@ std::variant<Sample, NoSample> Meter::takeOnce(const Parameters& parameters) {
         return NoSample{team.failure};
     addPlacement(team, parameters, sample.detail.evidence);
     addCacheEdge(ground.facts, parameters, sample.detail.evidence);
-    const double prepareSeconds = secondsSince(assembling);
 
     std::vector<Kestrel::Crew*> crews{team.crew.get()};
     if (load)
@@ -284,15 +313,19 @@ std::variant<Sample, NoSample> Meter::takeOnce(const Parameters& parameters) {
             (crew->*step)();
     };
     all(&Kestrel::Crew::start);
-    sleepFor(times.warmUp);
+    phase(times.warmUp);
     const EvidenceSpan span(ground.facts, {parameters.cpus, team.threads(), parameters.loadCpus});
     all(&Kestrel::Crew::count);
-    sleepFor(measuredFor(parameters));
+    phase(measured);
     all(&Kestrel::Crew::stopCounting);
     sample.detail.evidence.merge(span.end());
-    sleepFor(times.coolDown);
+    phase(times.coolDown);
     all(&Kestrel::Crew::finish);
     sample.detail.workers = endAll(team, unit, sample.arrayBytes);
+    if (stop())
+        return NoSample{"stopped"};
+    if (team.pattern->didNothing())
+        return NoSample{"nothing counts: kestrel or this processor cannot do it"};
     const CoreReadings coresAfter(parameters.cpus);
     if (load) {
         std::uint64_t unused = 0;
@@ -307,30 +340,27 @@ std::variant<Sample, NoSample> Meter::takeOnce(const Parameters& parameters) {
             sample.detail.evidence["clock_change_share"] =
                 std::abs(*coresAfter.clock / *coresBefore.clock - 1);
     }
+    sample.highestClockHz = std::max(coresBefore.highestClock, coresAfter.highestClock) * counterHz;
     if (coresBefore.additions && coresAfter.additions)
         sample.detail.evidence["additions_per_cycle"] =
             std::min(*coresBefore.additions, *coresAfter.additions);
     sample.value = valueOf(unit, sample.detail.workers, counterHz);
-    double slowest = 0;
-    for (const WorkerWork& worker : sample.detail.workers)
-        if (worker.passes != 0)
-            slowest = std::max(slowest, static_cast<double>(worker.ticks) / counterHz /
-                                            static_cast<double>(worker.passes));
-    if (slowest != 0)
-        known[parameters] = {slowest, prepareSeconds};
+    const duration<double> slept = times.warmUp + measured + times.coolDown;
+    learn(parameters, sample.detail.workers, secondsSince(began) - slept.count());
     return sample;
 }
 
-std::variant<Sample, NoSample> Meter::take(const Parameters& parameters) {
+std::variant<Sample, NoSample> Meter::take(const Parameters& parameters,
+                                           const std::function<bool()>& stop) {
     // What a pass takes is known after the first; and a short sample in which nothing counted may
     // have been that of a busy CPU.
     constexpr int tries = 3;
-    auto taken = takeOnce(parameters);
+    auto taken = takeOnce(parameters, stop);
     for (int i = 1; i < tries; ++i) {
         const auto* const sample = std::get_if<Sample>(&taken);
         if (sample == nullptr || sample->detail.fewestPasses() >= fewestPasses)
             break;
-        taken = takeOnce(parameters);
+        taken = takeOnce(parameters, stop);
     }
     return taken;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -20,7 +21,8 @@ struct SampleTimes {
 struct Sample {
     double value = 0;  ///< in the point's unit
     std::uint64_t arrayBytes = 0;
-    Detail detail;  ///< less its round and order
+    double highestClockHz = 0;  ///< of the cores, before and after; 0: not known
+    Detail detail;              ///< less its round and order
 };
 
 /// Why there is no sample, in words.
@@ -34,28 +36,38 @@ class Meter {
     Meter(const Ground& ground, double counterHz, SampleTimes times);
 
     /// A sample on a crew of its own, with fresh memory. A sample of too few passes is taken once
-    /// more, for longer. A signal that interrupts its sleeps cuts it short.
-    std::variant<Sample, NoSample> take(const Parameters& parameters);
+    /// more, for longer. Its value is 0 where the CPUs were too busy for a pass to count. Once
+    /// `stop` says so, no phase begins any more, and a signal ends the one under way: no sample
+    /// then.
+    std::variant<Sample, NoSample> take(const Parameters& parameters,
+                                        const std::function<bool()>& stop);
 
     /// Seconds that a sample is going to take, by what former ones of the point took.
     [[nodiscard]] double expectedSeconds(const Parameters& parameters) const;
 
   private:
     struct Known {
-        double passSeconds;  ///< of the slowest worker
-        double prepareSeconds;
+        double passSeconds;   ///< of the slowest worker
+        double otherSeconds;  ///< all but the phases: memory, threads, evidence
     };
-    /// Seconds for a byte in a pass of the point with another, large size.
-    [[nodiscard]] std::optional<double> slowestByte(const Parameters& parameters) const;
     [[nodiscard]] Known expected(const Parameters& parameters) const;
-    [[nodiscard]] std::chrono::milliseconds measuredFor(const Parameters& parameters) const;
-    std::variant<Sample, NoSample> takeOnce(const Parameters& parameters);
+    [[nodiscard]] std::chrono::milliseconds measuredFor(const Known& expected) const;
+    std::variant<Sample, NoSample> takeOnce(const Parameters& parameters,
+                                            const std::function<bool()>& stop);
+    void learn(const Parameters& parameters, const std::vector<WorkerWork>& workers,
+               double otherSeconds);
     void moveAwayFrom(const Parameters& parameters) const;
 
     const Ground& ground;
     double counterHz;
     SampleTimes times;
     std::map<Parameters, Known> known;
+    /// What the largest array so far took, by the point less its size: it tells most of memory.
+    struct Large {
+        std::uint64_t bytes = 0;
+        double secondsPerByte = 0;
+    };
+    std::map<Parameters, Large> largest;
 };
 
 /// Turns what workers did into a figure: what they obtained together; for times the mean of what

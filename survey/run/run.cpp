@@ -226,10 +226,7 @@ bool collectAndSave(Session& session, Meter& meter, const RunOrder& order, Outpu
                             .roundEnded = [&](const Session& so) { output.save(so); },
                             .stop = [] { return endedBy != 0; }};
     try {
-        session.complete = collect(
-            session, meter,
-            {.rounds = session.rounds, .budgetSeconds = order.budgetSeconds, .times = order.times},
-            listener);
+        session.complete = collect(session, meter, order.budgetSeconds, listener);
         judge(session);
         session.ended = utcNow();
         output.save(session);

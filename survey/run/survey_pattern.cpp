@@ -45,6 +45,8 @@ Kestrel::PatternStatus WarmedPattern::prepare(std::byte* buffer, const std::uint
 
 std::uint64_t WarmedPattern::runPass(Kestrel::PatternState& state) {
     const std::uint64_t ticks = steps.runPass(state);
+    if (ticks == 0)
+        nothingDone.store(true, std::memory_order_relaxed);
     return std::exchange(fresh, false) ? 0 : ticks;
 }
 

@@ -1,6 +1,7 @@
 /// kestrel's patterns as a survey repeats them.
 #pragma once
 
+#include <atomic>
 #include <memory>
 
 #include "kestrel/pattern.h"
@@ -21,12 +22,17 @@ class WarmedPattern : public Kestrel::BenchmarkBasePattern {
     void finish(const Kestrel::PatternState& state, Kestrel::WorkerResult& results) override;
     std::uint32_t iterationsPerPass() override { return steps.iterationsPerPass(); }
 
+    /// A pass of one of the workers did nothing: kestrel has no kernel for these parameters, or the
+    /// processor lacks its instructions. What was never run says nothing.
+    [[nodiscard]] bool didNothing() const { return nothingDone.load(std::memory_order_relaxed); }
+
     /// kestrel's own.
     [[nodiscard]] const Kestrel::BenchmarkBasePattern& inner() const { return steps; }
 
   private:
     std::unique_ptr<Kestrel::IPattern> owned;
     Kestrel::BenchmarkBasePattern& steps;
+    std::atomic<bool> nothingDone = false;
 };
 
 /// The pattern for these parameters. Where a kernel can repeat its work within a pass, it does so

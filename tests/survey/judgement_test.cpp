@@ -126,5 +126,43 @@ TEST(Budget, TakesRoundsFirstThenPoints) {
     EXPECT_EQ(cut(0.5), std::pair(1u, std::size_t{0}));
 }
 
+TEST(Collecting, OneFailureDoesNotUndoAPointsSamples) {
+    Point measured = madeUpPoint("a-l", 16384, {100, 100, 100, 100, 60});
+    measured.parameters.cpus = {1023};  // no worker gets there
+    Point fresh = measured, early = madeUpPoint("a-l", 16384, {100, 90});
+    fresh.samples.clear();
+    fresh.details.clear();
+    early.parameters.cpus = measured.parameters.cpus;
+    Session session = madeUpSession({measured, fresh, early});
+    session.rounds = 6;
+    std::size_t calls = 0, mostNoisy = 0;
+    const Ground ground;
+    Meter meter(ground, session.counterHz, {});
+    const auto count = [&](const Point&, std::size_t, std::size_t, double, std::size_t noisy) {
+        ++calls;
+        mostNoisy = std::max(mostNoisy, noisy);
+    };
+    EXPECT_TRUE(collect(session, meter, {}, {.sampling = count, .roundEnded = {}, .stop = {}}));
+    EXPECT_EQ(session.points[0].samples.size(), 5u);
+    EXPECT_EQ(session.points[0].verdict, Verdict::noisy);
+    EXPECT_EQ(session.points[1].verdict, Verdict::unsupported);
+    EXPECT_EQ(session.points[1].causes.size(), 1u) << "it says why, and is not tried again";
+    EXPECT_EQ(session.points[2].verdict, Verdict::noisy);
+    EXPECT_GE(calls, 1u + 1 + 4) << "the others are tried whenever they lack a sample";
+    EXPECT_EQ(mostNoisy, 1u) << "two samples do not tell yet";
+}
+
+TEST(Meter, ExpectsAllArraysAndWorkersToBePrepared) {
+    const Ground ground;
+    const Meter meter(ground, 1e9, {});
+    Parameters point = madeUpPoint("l-r", 1u << 30, {}).parameters;
+    const double alone = meter.expectedSeconds(point);
+    point.loadCpus = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    EXPECT_GT(meter.expectedSeconds(point), 5 * alone);
+    point.loadCpus.clear();
+    point.pattern = "l-l";
+    EXPECT_GT(meter.expectedSeconds(point), alone) << "its passes are as long as its array";
+}
+
 }  // namespace
 }  // namespace survey
