@@ -125,16 +125,17 @@ void addRun(CLI::App& app, RunOrder& order, RunTexts& texts) {
         ->allow_extra_args(false);
     app.add_flag("--all", order.choices.allPairs,
                  "sharing: all pairs of CPUs, not one of each class");
-    app.add_option("--rounds", order.rounds, "samples of each point at least (5)")
-        ->check(CLI::Range(1, 1000));
+    auto* const rounds =
+        app.add_option("--rounds", order.rounds, "samples of each point at least (5)")
+            ->check(CLI::Range(1, 1000));
     app.add_option_function<unsigned>(
            "--sample",
            [&order](unsigned ms) { order.times.measured = std::chrono::milliseconds(ms); },
            "milliseconds that a sample takes at least (60)")
         ->check(CLI::Range(1, 60000));
     app.add_option("--budget", texts.budget, "time that it may take: 90s, 5m, 1h");
-    app.add_option("--seed", order.seed, "decides the order of the samples");
-    app.add_option("--label", order.label, "a text to know the session by");
+    auto* const seed = app.add_option("--seed", order.seed, "decides the order of the samples");
+    auto* const label = app.add_option("--label", order.label, "a text to know the session by");
     app.add_option("--name", order.hostName, "the host's name in the file");
     auto* const output = app.add_option("-o,--output", order.output, "write a survey file");
     auto* const append = app.add_option("--append", order.append, "add a session to a survey file");
@@ -142,6 +143,8 @@ void addRun(CLI::App& app, RunOrder& order, RunTexts& texts) {
         app.add_option("--resume", order.resume, "go on with a file's last session, cut short");
     output->excludes(append)->excludes(resume);
     append->excludes(resume);
+    // The session that goes on has its own.
+    resume->excludes(rounds)->excludes(seed)->excludes(label);
     app.add_flag("--dry-run", order.dryRun, "only print the points and the time");
     app.add_flag("--progress", order.progressLines, "a line every ten seconds, without a terminal");
 }

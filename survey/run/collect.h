@@ -22,6 +22,9 @@ struct Collecting {
     SampleTimes times;
 };
 
+/// The last round that took a sample of the point; 0 before the first.
+unsigned roundsDone(const Point& point);
+
 /// Called beside the measurement; all of them may be empty.
 struct Listener {
     /// Before each sample: the point, samples done and to be done, seconds left, noisy points so
