@@ -1,12 +1,12 @@
 // kestrel-survey export: a file of ours to those of others.
 #include <CLI/CLI.hpp>
 #include <array>
-#include <filesystem>
 #include <iostream>
 #include <memory>
 
 #include "survey/command.h"
 #include "survey/export/export.h"
+#include "survey/several.h"
 
 namespace survey {
 namespace {
@@ -33,9 +33,7 @@ int exportFile(const ExportOrder& order) {
     if (format == formats.end())
         throw UsageError("--format: '" + order.format +
                          "' is not one of csv, benchmark, prometheus");
-    std::error_code absent;
-    if (!order.output.empty() && std::filesystem::equivalent(order.file, order.output, absent))
-        throw UsageError("--output: " + order.output + " is the survey itself");
+    protectSurveys(order.output, {order.file});
     const Survey survey = readSurvey(order.file);
     std::string text;
     try {

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 #include <utility>
 
@@ -84,7 +85,8 @@ void replaceFile(const std::string& path, const std::string& text) {
     struct stat old {};
     if (stat(target.c_str(), &old) == 0 && !S_ISREG(old.st_mode))
         throw FileError(path, "is no ordinary file");
-    Temporary temporary(target + ".part-" + std::to_string(getpid()));
+    // No process id: containers repeat them, and a run that was killed leaves its file behind.
+    Temporary temporary(target + ".part-" + std::to_string(std::random_device()()));
     if (!temporary.make(0666))
         throw FileError(path, std::strerror(errno));
     temporary.takeModeOf(target);

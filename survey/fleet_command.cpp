@@ -8,6 +8,7 @@
 #include "survey/command.h"
 #include "survey/fleet/fleet_report.h"
 #include "survey/fleet/node_list.h"
+#include "survey/several.h"
 
 namespace survey {
 namespace {
@@ -37,9 +38,11 @@ void readHosts(const std::vector<std::string>& files, FleetReport& report) {
             if (isNew)
                 report.fleet.add(file, survey);
             else
-                report.broken.push_back({file, "its host is called " + survey.host.name +
+                report.broken.push_back({.file = file,
+                                         .reason = "its host is called " + survey.host.name +
                                                    ", as that of " + other->second +
-                                                   "; run --name tells hosts apart"});
+                                                   "; run --name tells hosts apart",
+                                         .sameName = true});
         } catch (const FileError& failure) {
             report.broken.push_back({file, failure.reason()});
         }
@@ -91,7 +94,9 @@ std::vector<std::string> parseExpected(const std::string& list) {
 
 void write(const FleetReport& report, const FleetOrder& order) {
     const std::string text =
-        order.format == "json" ? toJson(report).dump(1) + '\n' : textOf(report);
+        order.format == "json"
+            ? toJson(report).dump(1, ' ', false, Json::error_handler_t::replace) + '\n'
+            : textOf(report);
     if (order.output.empty())
         std::cout << text << std::flush;
     else
@@ -101,6 +106,7 @@ void write(const FleetReport& report, const FleetOrder& order) {
 int lookAtFleet(const FleetOrder& order) {
     const std::vector<std::string> expected = parseExpected(order.expect);
     refuseTwice(order.files);
+    protectSurveys(order.output, order.files);
     FleetReport report;
     readHosts(order.files, report);
     report.missing = missingOf(expected, report.fleet);

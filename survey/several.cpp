@@ -1,5 +1,6 @@
 #include "survey/several.h"
 
+#include <cctype>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -7,6 +8,15 @@
 #include "survey/command.h"
 
 namespace survey {
+namespace {
+
+/// By its format's name, wherever that stands, as another program may have sorted the members.
+bool looksLikeSurvey(std::string text) {
+    std::erase_if(text, [](unsigned char character) { return std::isspace(character) != 0; });
+    return text.find(R"("schema":"kestrel-survey/)") != std::string::npos;
+}
+
+}  // namespace
 
 std::vector<SurveyFile> readSurveys(const std::vector<std::string>& paths) {
     std::set<std::filesystem::path> seen;
@@ -26,6 +36,15 @@ std::vector<SurveyFile> readSurveys(const std::vector<std::string>& paths) {
                                           found->second + " too");
     }
     return files;
+}
+
+void protectSurveys(const std::string& output, const std::vector<std::string>& inputs) {
+    std::error_code absent;
+    for (const std::string& input : inputs)
+        if (!output.empty() && std::filesystem::equivalent(input, output, absent))
+            throw UsageError("--output: " + output + " is one of the files to read");
+    if (std::filesystem::is_regular_file(output, absent) && looksLikeSurvey(readFile(output)))
+        throw FileError(output, "is a survey, and is not replaced");
 }
 
 }  // namespace survey

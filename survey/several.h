@@ -17,4 +17,9 @@ struct SurveyFile {
 /// session that another one holds too: nothing is to be compared with itself.
 std::vector<SurveyFile> readSurveys(const std::vector<std::string>& paths);
 
+/// Keeps what is made from surveys from taking the place of one. Throws UsageError where `output`
+/// is one of the inputs, by whatever name, and FileError where it is another survey, be it damaged
+/// or of a newer format. No output ("") is fine.
+void protectSurveys(const std::string& output, const std::vector<std::string>& inputs);
+
 }  // namespace survey

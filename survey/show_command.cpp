@@ -39,7 +39,8 @@ void checkThatAnyPointContains(const std::vector<SurveyFile>& files, const std::
 int showFiles(const ShowOrder& order, std::ostream& out) {
     const std::vector<SurveyFile> files = readSurveys(order.files);
     const Shown shown = whatToShow(order);
-    checkThatAnyPointContains(files, shown.containing);
+    if (!shown.containing.empty())
+        checkThatAnyPointContains(files, shown.containing);
     if (order.format == "json") {
         out << showJson(files, shown).dump(1) << '\n';
         return 0;

@@ -23,8 +23,8 @@ std::string cellText(const Json& cell) {
 
 std::string lineOf(const CsvRow& row) {
     std::string line;
-    for (const Json& cell : row)
-        line.append(line.empty() ? "" : ",").append(cellText(cell));
+    for (std::size_t i = 0; i < row.size(); ++i)
+        line.append(i == 0 ? "" : ",").append(cellText(row[i]));
     return line + '\n';
 }
 

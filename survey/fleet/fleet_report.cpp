@@ -204,7 +204,8 @@ std::string textOf(const FleetReport& report) {
                       counted(report.groups.size(), "processor model") + '\n';
     addNames(out, "missing", report.missing);
     for (const BrokenFile& broken : report.broken)
-        out += "broken        " + broken.file + ": " + broken.reason + '\n';
+        out += (broken.sameName ? "same name     " : "broken        ") + broken.file + ": " +
+               broken.reason + '\n';
     addNames(out, "not complete", incomplete(report.fleet));
     addNames(out, "another plan", ofAnotherPlan(report));
     addNames(out, "mostly noisy",

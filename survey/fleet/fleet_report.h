@@ -20,6 +20,7 @@ std::vector<FactApart> factsApart(const std::vector<TellingFact>& own,
 
 struct BrokenFile {
     std::string file, reason;
+    bool sameName = false;  ///< it is sound, but its host has the name of one before
 };
 
 struct FleetReport {

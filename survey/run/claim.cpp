@@ -4,36 +4,63 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
-#include <string>
+#include <filesystem>
+#include <string_view>
 
 namespace survey {
+namespace {
+
+/// FNV-1a, 64 bits: a socket's name is too short for a path. The same in programs of any width.
+std::uint64_t hashOf(std::string_view text) {
+    std::uint64_t hash = 0xcbf29ce484222325;
+    for (const unsigned char byte : text)
+        hash = (hash ^ byte) * 0x100000001b3;
+    return hash;
+}
+
+}  // namespace
 
 Claim::~Claim() {
     for (const int socket : sockets)
         close(socket);
 }
 
-std::optional<unsigned> Claim::take(const std::vector<unsigned>& cpus) {
-    for (const unsigned cpu : cpus) {
-        const int made = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-        if (made < 0)
-            continue;
-        sockets.push_back(made);
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        // A zero byte first: the name is no file's.
-        const std::string name = "kestrel-survey on CPU " + std::to_string(cpu);
-        std::memcpy(address.sun_path + 1, name.data(), name.size());
-        const auto length =
-            static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
-        if (bind(made, reinterpret_cast<const sockaddr*>(&address), length) != 0 &&
-            errno == EADDRINUSE)
+bool Claim::take(const std::string& name) {
+    const int made = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (made < 0)
+        return true;
+    sockets.push_back(made);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    // A zero byte first: the name is no file's.
+    std::memcpy(address.sun_path + 1, name.data(), name.size());
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+    return bind(made, reinterpret_cast<const sockaddr*>(&address), length) == 0 ||
+           errno != EADDRINUSE;
+}
+
+std::optional<unsigned> Claim::takeCpus(const std::vector<unsigned>& cpus) {
+    for (const unsigned cpu : cpus)
+        if (!take("kestrel-survey on CPU " + std::to_string(cpu)))
             return cpu;
-    }
     return std::nullopt;
+}
+
+bool Claim::takeFile(const std::string& path) {
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    // Absolute first: of a relative path to no file only the name would be left.
+    const fs::path resolved = fs::weakly_canonical(fs::absolute(path, ignored), ignored);
+    std::array<char, 24> hash;
+    std::snprintf(hash.data(), hash.size(), "%016llx",
+                  static_cast<unsigned long long>(hashOf(resolved.native())));
+    return take(std::string("kestrel-survey on file ") + hash.data());
 }
 
 }  // namespace survey

@@ -21,10 +21,6 @@ std::vector<std::size_t> shuffled(std::size_t count, std::uint64_t seed) {
     return order;
 }
 
-unsigned roundsDone(const Point& point) {
-    return point.details.empty() ? 0 : point.details.back().round;
-}
-
 class Collector {
   public:
     Collector(Session& session, Meter& meter, std::optional<double> budgetSeconds,
@@ -158,6 +154,10 @@ class Collector {
 };
 
 }  // namespace
+
+unsigned roundsDone(const Point& point) {
+    return point.details.empty() ? 0 : point.details.back().round;
+}
 
 Cut cutTo(std::optional<double> budgetSeconds, unsigned rounds,
           const std::vector<double>& secondsOfPoints) {

@@ -16,6 +16,9 @@ inline constexpr std::size_t mostSamples = 9;
 /// What all of them may take, of the time that the rounds take.
 inline constexpr double mostTime = 1.15;
 
+/// The last round that took a sample of the point; 0 before the first.
+unsigned roundsDone(const Point& point);
+
 /// Called beside the measurement; all of them may be empty.
 struct Listener {
     /// Before each sample: the point, samples done and to be done, seconds left, and how many

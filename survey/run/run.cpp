@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdio>
 #include <random>
+#include <span>
 
 #include "machine/json.h"
 #include "machine/text.h"
@@ -115,10 +116,13 @@ std::vector<Point> pointsFor(const std::vector<PlannedPoint>& planned, const Gro
 /// The survey that the session is going to stand in.
 class Output {
   public:
-    Output(const RunOrder& order, const Host& host) : path(pathOf(order)) {
+    /// Claims the file before it is read: what another survey writes after that would be lost.
+    Output(const RunOrder& order, const Host& host, Claim& claim) : path(pathOf(order)) {
         survey.host = host;
         if (path.empty())
             return;
+        if (!claim.takeFile(path))
+            throw FileError(path, "another survey is writing to it");
         struct stat status {};
         const bool exists = stat(path.c_str(), &status) == 0;
         if (exists && !S_ISREG(status.st_mode))
@@ -165,11 +169,43 @@ class Output {
     std::string path;
 };
 
-/// Goes on with a session only where it is the one that the command line would make.
+/// What one program measured is not mixed with what another one measures.
+void checkSameProgram(const Program& old, const std::string& path) {
+    const Program own = thisProgram();
+    const std::string measuredBy = "its last session was measured by ";
+    if (old.width != own.width)
+        throw FileError(path, measuredBy + "the " + std::to_string(old.width) + "-bit program");
+    if (old.version != own.version || old.commit != own.commit)
+        throw FileError(path, measuredBy + "version " + machine::printable(old.version) + " (" +
+                                  machine::printable(old.commit) + "), this is " + own.version +
+                                  " (" + own.commit + ")");
+}
+
+/// Goes on with a session only where it is the one that the command line would make, or what a
+/// budget left of that: a budget leaves out points only where it has come down to one round.
 void checkSamePlan(const Session& old, const std::vector<Point>& points, const std::string& path) {
+    std::span<const Point> wanted(points);
+    if (old.rounds == 1)
+        wanted = wanted.first(std::min(old.points.size(), points.size()));
     const auto same = [](const Point& a, const Point& b) { return a.parameters == b.parameters; };
-    if (!std::ranges::equal(old.points, points, same))
+    if (!std::ranges::equal(old.points, wanted, same))
         throw FileError(path, "its last session has another plan: " + old.plan);
+    if (wanted.size() < points.size())
+        std::fprintf(stderr, "kestrel-survey: the session has the first %zu of %zu points\n",
+                     wanted.size(), points.size());
+}
+
+Session sessionToGoOnWith(Output& output, const Session& wanted, const RunOrder& order) {
+    Session last = output.takeLast(wanted.bootId);
+    checkSameProgram(last.program, order.resume);
+    checkSamePlan(last, wanted.points, order.resume);
+    if (order.seed && *order.seed != last.seed)
+        throw UsageError("--seed: the session was begun with " + std::to_string(last.seed));
+    if (!order.label.empty() && wanted.label != last.label)
+        throw UsageError("--label: the session was begun with '" + machine::printable(last.label) +
+                         "'");
+    last.rounds = order.rounds.value_or(last.rounds);
+    return last;
 }
 
 void showDryRun(std::ostream& out, const Session& session, const Meter& meter) {
@@ -187,9 +223,16 @@ void showDryRun(std::ostream& out, const Session& session, const Meter& meter) {
         << " where points are noisy\n";
 }
 
+bool canMeasureAny(std::span<const Point> points) {
+    return std::ranges::any_of(points, [](const Point& it) { return it.unsupported.empty(); });
+}
+
 /// Cuts the session to the budget and says what is left out.
 void applyBudget(Session& session, const Meter& meter, std::optional<double> budget) {
     const Cut cut = cutTo(budget, session.rounds, expectedSeconds(session, meter));
+    if (cut.points < session.points.size() &&
+        !canMeasureAny(std::span(session.points).first(cut.points)))
+        throw UsageError("--budget: too short for a sample of a single point");
     if (cut.rounds < session.rounds)
         std::fprintf(stderr, "kestrel-survey: the budget allows %u of %u rounds\n", cut.rounds,
                      session.rounds);
@@ -200,6 +243,30 @@ void applyBudget(Session& session, const Meter& meter, std::optional<double> bud
     session.points.resize(cut.points);
 }
 
+/// Seconds for the samples that the session lacks to have so many rounds.
+double secondsLeft(const Session& session, const Meter& meter, unsigned rounds) {
+    const std::vector<double> seconds = expectedSeconds(session, meter);
+    double sum = 0;
+    for (std::size_t i = 0; i < seconds.size(); ++i)
+        if (const unsigned done = roundsDone(session.points[i]); done < rounds)
+            sum += (rounds - done) * seconds[i];
+    return sum;
+}
+
+/// Cuts a session that goes on: only its rounds, as its points have samples already.
+void applyBudgetToRest(Session& session, const Meter& meter, double budget) {
+    unsigned rounds = session.rounds;
+    while (rounds > 0 && secondsLeft(session, meter, rounds) > budget)
+        --rounds;
+    if (rounds == session.rounds)
+        return;
+    if (secondsLeft(session, meter, rounds) == 0)
+        throw UsageError("--budget: too short for a round of what is left");
+    std::fprintf(stderr, "kestrel-survey: the budget allows %u of %u rounds\n", rounds,
+                 session.rounds);
+    session.rounds = rounds;
+}
+
 void claimCpus(Claim& claim, const std::vector<PlannedPoint>& points) {
     std::vector<unsigned> cpus;
     for (const PlannedPoint& point : points)
@@ -207,7 +274,7 @@ void claimCpus(Claim& claim, const std::vector<PlannedPoint>& points) {
             for (const unsigned cpu : *list)
                 if (std::ranges::find(cpus, cpu) == cpus.end())
                     cpus.push_back(cpu);
-    if (const auto taken = claim.take(cpus))
+    if (const auto taken = claim.takeCpus(cpus))
         throw std::runtime_error("another survey is measuring on CPU " + std::to_string(*taken));
 }
 
@@ -251,32 +318,38 @@ int run(const RunOrder& order, std::ostream& out) {
     session.points = pointsFor(planned, ground);
     if (session.counterHz == 0)
         throw std::runtime_error("the rate of the time-stamp counter cannot be measured");
-    Meter meter(ground, session.counterHz, order.times);
     if (order.dryRun) {
+        const Meter meter(ground, session.counterHz, order.times);
         applyBudget(session, meter, order.budgetSeconds);
         showDryRun(out, session, meter);
         return 0;
     }
-    Output output(order, hostOf(ground.facts, order.hostName));
-    if (!order.resume.empty()) {
-        Session last = output.takeLast(session.bootId);
-        checkSamePlan(last, session.points, order.resume);
-        session = std::move(last);
-    } else {
+    Claim claim;
+    claimCpus(claim, planned);
+    Output output(order, hostOf(ground.facts, order.hostName), claim);
+    if (!order.resume.empty())
+        session = sessionToGoOnWith(output, session, order);
+    Meter meter(ground, session.counterHz, order.times);
+    if (order.resume.empty())
         applyBudget(session, meter, order.budgetSeconds);
-    }
+    else if (order.budgetSeconds)
+        applyBudgetToRest(session, meter, *order.budgetSeconds);
     const auto limits = processor::limitsOf(processor::readSignature());
     for (Point& point : session.points)
         point.limitPerCycle = limitPerCycle(point.parameters, limits);
-    Claim claim;
-    claimCpus(claim, planned);
     output.save(session);  // a file that cannot be written is found out now
 
     const bool saved = collectAndSave(session, meter, order, output);
     show(out, output.survey, session);
     if (endedBy != 0)
         return 128 + endedBy;
-    return saved && measuredAnything(session) ? 0 : 3;
+    if (!saved)
+        return 3;
+    if (!measuredAnything(session)) {
+        std::fputs("kestrel-survey: nothing could be measured\n", stderr);
+        return 3;
+    }
+    return 0;
 }
 
 }  // namespace survey

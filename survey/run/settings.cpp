@@ -136,7 +136,8 @@ std::optional<machine::NumberList> busyCpus() {
     machine::NumberList busy;
     for (const auto& [cpu, time] : after)
         if (const auto old = before.find(cpu);
-            old != before.end() && time.busy - old->second.busy > fewTicks)
+            // The kernel's counters may step back a little.
+            old != before.end() && time.busy > old->second.busy + fewTicks)
             busy.push_back(cpu);
     return busy;
 }

@@ -28,6 +28,9 @@ TEST(Export, CsvHasARowForEachSample) {
     EXPECT_EQ(countOf(text, "\"a \"\"quoted\\,\nname\",processor,"), 4u);
     EXPECT_NE(text.find(",B/s,noisy,too few samples,2,1010000000.0,"), std::string::npos);
     // Each row has as many cells as the head; the name of the host has a comma and a line end.
+    Survey nameless = surveyToExport();
+    nameless.host = {.name = "", .processor = "processor"};
+    EXPECT_EQ(countOf(csvOf(nameless), "\n,processor,"), 4u);
     const auto commas = [](const std::string& line) { return std::ranges::count(line, ','); };
     const std::string head = text.substr(0, text.find('\n'));
     EXPECT_EQ(commas(text), 5 * commas(head) + 4);

@@ -182,12 +182,17 @@ TEST_F(FleetProgram, TellsEachKindOfTroubleByItsStatus) {
     writeSurvey(path(9), hostWith("n3", {1, 1}));
     expect(path(7) + " " + path(8) + " " + path(9), 1,
            "6 hosts, [^\n]*\nbroken +[^\n]*7: written by a newer[^\n]*\nbroken +[^\n]*8: "
-           "[^\n]*\nbroken +[^\n]*9: its host is called n3, as that of [^\n]*3;[^\n]*\n.*");
+           "[^\n]*\nsame name +[^\n]*9: its host is called n3, as that of [^\n]*3;[^\n]*\n.*");
     expect("-o " + (folder / "no" / "where").string(), 3, "[^\n]*No such file[^\n]*\n");
+    std::filesystem::create_symlink(path(2), folder / "link");
+    expect("-o " + (folder / "link").string(), 2, "[^\n]*link is one of the files to read\n");
+    expect("-o " + path(8), 3, "[^\n]*8: is a survey, and is not replaced\n");
     std::filesystem::remove(path(6));
     expect("", 3, "5 hosts.*broken +[^\n]*6: No such file.*nothing was compared: [^\n]*\n");
     writeSurvey(path(6), hostWith("n6", {0.5, 1}));
-    expect("--format json", 1, R"(.*"schema": "kestrel-fleet/1".*"host": "n6".*)");
+    std::ofstream(path(7) + "\xff") << "not UTF-8";
+    expect("--format json " + path(7) + "\xff", 1,
+           R"(.*"schema": "kestrel-fleet/1".*"host": "n6".*)");
 }
 
 }  // namespace

@@ -9,6 +9,8 @@
 
 #include "run_program.h"
 #include "survey/record.h"
+#include "survey/run/claim.h"
+#include "survey/run/measure.h"
 
 namespace survey {
 namespace {
@@ -47,14 +49,25 @@ TEST_F(SurveyProgram, WritesAppendsAndReplacesNothingButSurveys) {
     EXPECT_GT(survey.sessions[1].points[1].summary.value, 1e9) << "bytes a second";
     EXPECT_GE(survey.sessions[1].points[1].details.at(0).fewestPasses(), 5u);
     expect(quick + "--name other --append " + file.string(), 3, "[^\n]*another host, [^\n]*\n");
-    expect(quick + "--resume " + file.string(), 3, "[^\n]*is complete[^\n]*\n");
+    expect("--pattern f-ssa --resume " + file.string(), 3, "[^\n]*is complete[^\n]*\n");
     std::ofstream(folder / "foreign") << "precious";
     for (const std::string& path :
          {(folder / "foreign").string(), folder.string(), std::string("/dev/null")})
         expect(std::string(quick).append("-o ").append(path), 3,
                std::string("kestrel-survey: ").append(path).append(": [^\n]*\n"));
+    expect(quick + "--budget 0.001 -o " + file.string(), 2, "[^\n]*--budget[^\n]*\n");
+    EXPECT_EQ(readSurvey(file).sessions.size(), 2u);
     expect(quick + "-o " + (folder / "no" / "where").string(), 3, "[^\n]*No such file[^\n]*\n");
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2) << "nothing is left behind";
+}
+
+TEST_F(SurveyProgram, KeepsOffAFileThatAnotherOneWrites) {
+    Claim claim;
+    ASSERT_TRUE(claim.takeFile(file));
+    EXPECT_TRUE(Claim().takeFile(file.string() + "2"));
+    fs::create_symlink(folder, folder / "link");
+    expect("--pattern f-ssa --append " + (folder / "link" / "survey.json").string(), 3,
+           "[^\n]*json: another survey is writing[^\n]*\n");
 }
 
 TEST_F(SurveyProgram, RefusesBeforeItMeasures) {
@@ -82,9 +95,10 @@ TEST_F(SurveyProgram, RefusesBeforeItMeasures) {
 }
 
 TEST_F(SurveyProgram, SaysWhatCannotBeMeasured) {
+    const std::string none = "kestrel-survey: nothing could be measured\n";
     expect("--pattern a-lls --word 8 --size 16K --sample 2 --rounds 1 --pages system,2M", 3,
-           tables + "unsupported.*unsupported.*");
-    expect("--pattern a-l --size 1000", 3, tables + "unsupported: no whole.*");
+           none + tables + "unsupported.*unsupported.*");
+    expect("--pattern a-l --size 1000", 3, none + tables + "unsupported: no whole.*");
     expect("--dry-run --budget 1s", 0, ".* points, [0-9]+ rounds, about [^\n]*\n");
 }
 
@@ -116,10 +130,31 @@ TEST_F(SurveyProgram, KeepsWhatItHasMeasuredAndGoesOn) {
         expect("--pattern f-ssa --resume " + file.string(), 3, "[^\n]*another plan[^\n]*\n");
         EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
     }
-    expect("--pattern f-ssa,f-dsa --resume " + file.string(), 0, tables);
+    const std::string resume = "--pattern f-ssa,f-dsa --resume " + file.string();
+    expect(resume + " --budget 0.001", 2, "[^\n]*--budget[^\n]*\n");
+    expect(resume + " --seed 2", 2, "[^\n]*begun with 1\n");
+    Survey cut = readSurvey(file);
+    expect(resume, 0, tables);
     const Survey whole = readSurvey(file);
     EXPECT_TRUE(whole.sessions[0].complete);
     EXPECT_EQ(whole.sessions[0].points[0].samples.size(), 12u);
+    // As if a budget had cut it to a point, while the counter's rate was found twice as high.
+    Session& session = cut.sessions[0];
+    session.rounds = 1;
+    session.points.pop_back();
+    Point& point = session.points[0];
+    point.samples.clear();
+    point.details.clear();
+    session.counterHz *= 2;
+    writeSurvey(file, cut);
+    expect(resume, 0, "[^\n]* first 1 of 2 points\n" + tables);
+    point = readSurvey(file).sessions[0].points.at(0);
+    EXPECT_NEAR(point.samples.at(0),
+                valueOf(point.unit(), point.details[0].workers, session.counterHz),
+                1e-6 * point.samples[0]);
+    session.program.width = 96;
+    writeSurvey(file, cut);
+    expect(resume, 3, "[^\n]*the 96-bit program\n");
 }
 
 }  // namespace
