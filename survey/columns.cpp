@@ -66,6 +66,10 @@ std::string figureText(double value) {
     return text.data();
 }
 
+std::string counted(std::size_t count, const std::string& noun) {
+    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+}
+
 std::string percentText(double share) {
     std::array<char, 16> text;
     std::snprintf(text.data(), text.size(), "%.*f%%", share < 0.0995 ? 1 : 0, 100 * share);

@@ -14,6 +14,9 @@ std::string figureText(double value);
 /// "1.2%", "12%".
 std::string percentText(double share);
 
+/// "1 point", "2 points".
+std::string counted(std::size_t count, const std::string& noun);
+
 /// Its head, its text for a row, and on which side it is flush.
 struct Column {
     std::string head;

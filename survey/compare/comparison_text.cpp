@@ -13,10 +13,6 @@ namespace {
 
 constexpr std::size_t width = 80, widestName = 30;
 
-std::string counted(std::size_t count, const std::string& thing) {
-    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
-}
-
 /// No tenths where they would only cost room.
 std::string percentText(const char* form, double share) {
     std::array<char, 32> text;

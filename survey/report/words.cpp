@@ -14,10 +14,6 @@
 namespace survey {
 namespace {
 
-std::string counted(std::size_t count, const std::string& what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
 std::string joined(const std::vector<std::string>& texts) {
     std::string all;
     for (std::size_t i = 0; i < texts.size(); ++i)

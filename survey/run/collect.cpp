@@ -28,9 +28,15 @@ class Collector {
         : session(session), meter(meter), budgetSeconds(budgetSeconds), listener(listener) {}
 
     bool run() {
-        for (unsigned round = 1; round <= session.rounds; ++round)
-            if (!takeRound(round, pointsThatLack(round)))
+        for (unsigned round = 1; round <= session.rounds; ++round) {
+            const std::vector<std::size_t> points = pointsThatLack(round);
+            if (round > 1 && !isAffordable(points)) {
+                session.rounds = round - 1;
+                break;
+            }
+            if (!takeRound(round, points))
                 return false;
+        }
         for (Point& point : session.points)
             if (point.samples.empty() && point.unsupported.empty())
                 point.unsupported = "no pass counted: its CPUs were busy";
@@ -60,6 +66,15 @@ class Collector {
             if (session.points[i].verdict == Verdict::noisy)
                 noisy.push_back(i);
         return noisy;
+    }
+
+    /// Samples may take longer than was expected when the budget was divided.
+    [[nodiscard]] bool isAffordable(const std::vector<std::size_t>& points) const {
+        double seconds = secondsSoFar();
+        for (const std::size_t i : points)
+            seconds += expectedSeconds(session.points[i]);
+        constexpr double tolerance = 1.05;
+        return !budgetSeconds || seconds <= *budgetSeconds * tolerance;
     }
 
     [[nodiscard]] double secondsSoFar() const {

@@ -12,6 +12,7 @@
 #include "machine/json.h"
 #include "machine/text.h"
 #include "survey/clock_text.h"
+#include "survey/columns.h"
 #include "survey/run/claim.h"
 #include "survey/run/core_limit.h"
 #include "survey/run/progress.h"
@@ -208,7 +209,8 @@ Session sessionToGoOnWith(Output& output, const Session& wanted, const RunOrder&
     return last;
 }
 
-void showDryRun(std::ostream& out, const Session& session, const Meter& meter) {
+void showDryRun(std::ostream& out, const Session& session, const Meter& meter,
+                std::optional<double> budget) {
     const std::vector<double> seconds = expectedSeconds(session, meter);
     double sum = 0;
     for (std::size_t i = 0; i < seconds.size(); ++i) {
@@ -217,14 +219,21 @@ void showDryRun(std::ostream& out, const Session& session, const Meter& meter) {
             << (point.unsupported.empty() ? "" : ", unsupported: " + point.unsupported) << '\n';
         sum += seconds[i];
     }
-    out << session.points.size() << " points, " << session.rounds << " rounds, about "
-        << spanText(sum * session.rounds) << "; up to "
-        << spanText(sum * session.rounds * (session.rounds < mostSamples ? mostTime : 1))
+    sum *= session.rounds;
+    const double most = session.rounds < mostSamples ? sum * mostTime : sum;
+    out << counted(session.points.size(), "point") << ", " << counted(session.rounds, "round")
+        << ", about " << spanText(sum) << "; up to "
+        << spanText(std::max(sum, std::min(most, budget.value_or(most))))
         << " where points are noisy\n";
 }
 
 bool canMeasureAny(std::span<const Point> points) {
     return std::ranges::any_of(points, [](const Point& it) { return it.unsupported.empty(); });
+}
+
+void sayIfFewer(unsigned rounds, unsigned wanted) {
+    if (rounds < wanted)
+        std::fprintf(stderr, "kestrel-survey: the budget allows %u of %u rounds\n", rounds, wanted);
 }
 
 /// Cuts the session to the budget and says what is left out.
@@ -233,9 +242,7 @@ void applyBudget(Session& session, const Meter& meter, std::optional<double> bud
     if (cut.points < session.points.size() &&
         !canMeasureAny(std::span(session.points).first(cut.points)))
         throw UsageError("--budget: too short for a sample of a single point");
-    if (cut.rounds < session.rounds)
-        std::fprintf(stderr, "kestrel-survey: the budget allows %u of %u rounds\n", cut.rounds,
-                     session.rounds);
+    sayIfFewer(cut.rounds, session.rounds);
     if (cut.points < session.points.size())
         std::fprintf(stderr, "kestrel-survey: the budget allows %zu of %zu points\n", cut.points,
                      session.points.size());
@@ -262,8 +269,7 @@ void applyBudgetToRest(Session& session, const Meter& meter, double budget) {
         return;
     if (secondsLeft(session, meter, rounds) == 0)
         throw UsageError("--budget: too short for a round of what is left");
-    std::fprintf(stderr, "kestrel-survey: the budget allows %u of %u rounds\n", rounds,
-                 session.rounds);
+    sayIfFewer(rounds, session.rounds);
     session.rounds = rounds;
 }
 
@@ -293,7 +299,10 @@ bool collectAndSave(Session& session, Meter& meter, const RunOrder& order, Outpu
                             .roundEnded = [&](const Session& so) { output.save(so); },
                             .stop = [] { return endedBy != 0; }};
     try {
+        const unsigned rounds = session.rounds;
         session.complete = collect(session, meter, order.budgetSeconds, listener);
+        progress.clear();
+        sayIfFewer(session.rounds, rounds);
         judge(session);
         session.ended = utcNow();
         output.save(session);
@@ -321,7 +330,7 @@ int run(const RunOrder& order, std::ostream& out) {
     if (order.dryRun) {
         const Meter meter(ground, session.counterHz, order.times);
         applyBudget(session, meter, order.budgetSeconds);
-        showDryRun(out, session, meter);
+        showDryRun(out, session, meter, order.budgetSeconds);
         return 0;
     }
     Claim claim;
