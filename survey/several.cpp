@@ -43,7 +43,8 @@ void protectSurveys(const std::string& output, const std::vector<std::string>& i
     for (const std::string& input : inputs)
         if (!output.empty() && std::filesystem::equivalent(input, output, absent))
             throw UsageError("--output: " + output + " is one of the files to read");
-    if (std::filesystem::is_regular_file(output, absent) && looksLikeSurvey(readFile(output)))
+    if (std::filesystem::is_regular_file(output, absent) &&
+        std::filesystem::file_size(output, absent) != 0 && looksLikeSurvey(readFile(output)))
         throw FileError(output, "is a survey, and is not replaced");
 }
 

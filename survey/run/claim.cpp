@@ -1,6 +1,7 @@
 #include "survey/run/claim.h"
 
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -57,9 +58,15 @@ bool Claim::takeFile(const std::string& path) {
     std::error_code ignored;
     // Absolute first: of a relative path to no file only the name would be left.
     const fs::path resolved = fs::weakly_canonical(fs::absolute(path, ignored), ignored);
+    // The folder by its number: in another container its path may lead elsewhere.
+    std::string identity = path;
+    struct stat folder {};
+    if (stat(resolved.parent_path().c_str(), &folder) == 0)
+        identity = std::to_string(folder.st_dev) + ':' + std::to_string(folder.st_ino) + '/' +
+                   resolved.filename().native();
     std::array<char, 24> hash;
     std::snprintf(hash.data(), hash.size(), "%016llx",
-                  static_cast<unsigned long long>(hashOf(resolved.native())));
+                  static_cast<unsigned long long>(hashOf(identity)));
     return take(std::string("kestrel-survey on file ") + hash.data());
 }
 

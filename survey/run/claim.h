@@ -8,8 +8,8 @@
 namespace survey {
 
 /// Marks CPUs as being measured on, and a file as being written, for as long as it lives: by
-/// sockets in the kernel's own name space, which vanish with the process however it ends. Other
-/// containers do not see them.
+/// sockets in the kernel's own name space, which vanish with the process however it ends.
+/// Containers with a network of their own do not see them.
 class Claim {
   public:
     Claim() = default;

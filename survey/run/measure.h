@@ -35,10 +35,10 @@ class Meter {
   public:
     Meter(const Ground& ground, double counterHz, SampleTimes times);
 
-    /// A sample on a crew of its own, with fresh memory. A sample of too few passes is taken once
-    /// more, for longer. Its value is 0 where the CPUs were too busy for a pass to count. Once
-    /// `stop` says so, no phase begins any more, and a signal ends the one under way: no sample
-    /// then.
+    /// A sample on a crew of its own, with fresh memory. A sample of too few passes is taken
+    /// again, for longer, twice at most. Its value is 0 where the CPUs were too busy for a pass to
+    /// count. Once `stop` says so, no phase begins any more, and a signal ends the one under way:
+    /// no sample then.
     std::variant<Sample, NoSample> take(const Parameters& parameters,
                                         const std::function<bool()>& stop);
 

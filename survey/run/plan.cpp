@@ -103,8 +103,10 @@ std::optional<std::uint64_t> sizeInside(const Ground& ground, const std::vector<
     const auto* const cache = machine::dataCache(ground.facts.caches, cpus.front(), level);
     if (cache == nullptr || !cache->bytes)
         return std::nullopt;
-    const auto sharers = std::ranges::count_if(
+    auto sharers = std::ranges::count_if(
         cpus, [&](unsigned cpu) { return machine::contains(cache->cpus, cpu); });
+    if (cache->cpus.empty() && level == 3)  // not told: all of them may
+        sharers = std::ssize(cpus);
     return std::bit_floor(*cache->bytes / 2 / std::max<std::uint64_t>(sharers, 1));
 }
 
@@ -113,7 +115,8 @@ std::vector<std::uint64_t> sizeOfEachLevel(const Ground& ground,
                                            const std::vector<unsigned>& cpus) {
     std::vector<std::uint64_t> sizes;
     for (unsigned level = 1; level <= 3; ++level)
-        if (const auto size = sizeInside(ground, cpus, level))
+        if (const auto size = sizeInside(ground, cpus, level);
+            size && *size <= ground.largestArray / cpus.size())
             sizes.push_back(*size);
     sizes.push_back(memorySize(ground, cpus.size()));
     return sizes;
@@ -321,6 +324,8 @@ std::string whyNotWith(std::string_view plan, const Choices& choices) {
     const bool own = choices.hasPoints();
     if (choices.allPairs && (own || (plan != "sharing" && plan != "all")))
         return "--all: only the plans sharing and all have pairs of CPUs";
+    if (choices.allPairs && !choices.cpus.empty())
+        return "--all, --cpu: either all pairs of CPUs or those that are named";
     if (own)
         return {};
     if (plan == "nodes" && !(choices.cpus.empty() && choices.nodes.empty()))

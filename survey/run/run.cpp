@@ -26,7 +26,7 @@ namespace {
 /// The signal that asked for the end; 0: none has.
 volatile std::sig_atomic_t endedBy = 0;
 
-/// SIGINT and SIGTERM end the survey after the sample under way; they interrupt sleeps.
+/// SIGINT and SIGTERM end the survey, without the sample under way; they interrupt sleeps.
 void catchSignals() {
     struct sigaction action {};
     action.sa_handler = [](int signal) { endedBy = signal; };
@@ -183,11 +183,9 @@ void checkSameProgram(const Program& old, const std::string& path) {
 }
 
 /// Goes on with a session only where it is the one that the command line would make, or what a
-/// budget left of that: a budget leaves out points only where it has come down to one round.
+/// budget left of that.
 void checkSamePlan(const Session& old, const std::vector<Point>& points, const std::string& path) {
-    std::span<const Point> wanted(points);
-    if (old.rounds == 1)
-        wanted = wanted.first(std::min(old.points.size(), points.size()));
+    const auto wanted = std::span(points).first(std::min(old.points.size(), points.size()));
     const auto same = [](const Point& a, const Point& b) { return a.parameters == b.parameters; };
     if (!std::ranges::equal(old.points, wanted, same))
         throw FileError(path, "its last session has another plan: " + old.plan);

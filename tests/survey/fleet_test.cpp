@@ -186,6 +186,9 @@ TEST_F(FleetProgram, TellsEachKindOfTroubleByItsStatus) {
     expect("-o " + (folder / "no" / "where").string(), 3, "[^\n]*No such file[^\n]*\n");
     std::filesystem::create_symlink(path(2), folder / "link");
     expect("-o " + (folder / "link").string(), 2, "[^\n]*link is one of the files to read\n");
+    std::ofstream(folder / "empty").flush();
+    expect("-o " + (folder / "empty").string(), 0, "");
+    EXPECT_NE(std::filesystem::file_size(folder / "empty"), 0u);
     expect("-o " + path(8), 3, "[^\n]*8: is a survey, and is not replaced\n");
     std::filesystem::remove(path(6));
     expect("", 3, "5 hosts.*broken +[^\n]*6: No such file.*nothing was compared: [^\n]*\n");

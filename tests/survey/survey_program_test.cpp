@@ -102,7 +102,11 @@ TEST_F(SurveyProgram, SaysWhatCannotBeMeasured) {
     expect("--dry-run --budget 1s", 0, ".* points?, [0-9]+ rounds?, about [^\n]*\n");
 }
 
-/// Starts a long survey, ends it with a signal once the file stands there, and returns how it
+bool hasSamples(const fs::path& file) {
+    return fs::exists(file) && !readSurvey(file).sessions.at(0).points.at(0).samples.empty();
+}
+
+/// Starts a long survey, ends it with a signal once samples stand in the file, and returns how it
 /// ended.
 int endedBy(int signal, const fs::path& file) {
     fs::remove(file);
@@ -113,8 +117,8 @@ int endedBy(int signal, const fs::path& file) {
               "--seed", "1", "-o", file.c_str(), nullptr);
         _exit(127);
     }
-    for (int i = 0; i < 3000 && !fs::exists(file); ++i)
-        usleep(10000);  // it appears with the first round
+    for (int i = 0; i < 3000 && !hasSamples(file); ++i)
+        usleep(10000);
     kill(child, signal);
     int status = 0;
     waitpid(child, &status, 0);
@@ -138,6 +142,10 @@ TEST_F(SurveyProgram, KeepsWhatItHasMeasuredAndGoesOn) {
     const Survey whole = readSurvey(file);
     EXPECT_TRUE(whole.sessions[0].complete);
     EXPECT_EQ(whole.sessions[0].points[0].samples.size(), 12u);
+    ASSERT_TRUE(hasSamples(file));
+    EXPECT_EQ(whole.sessions[0].points[0].details[0].started,
+              cut.sessions[0].points[0].details.at(0).started)
+        << "what was kept is not measured again";
     // As if a budget had cut it to a point, while the counter's rate was found twice as high.
     Session& session = cut.sessions[0];
     session.rounds = 1;
