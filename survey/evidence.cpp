@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 namespace survey {
 namespace {
@@ -22,8 +21,8 @@ constexpr auto kinds = std::to_array<EvidenceKind>({
     {"additions_per_cycle", "core shared",
      "another thread, perhaps another virtual machine's, ran on its core", Speaks::belowBest, 0.97,
      0},
-    {"clock_hz", "clock", "the core's clock was another than for most samples",
-     Speaks::offOwnMedian, 0.015, 0},
+    {"clock_hz", "clock", "counted in core cycles the samples agree: the core's clock changed",
+     Speaks::together, 0, 0},
     {"clock_change_share", "clock change", "the core's clock was another before than after",
      Speaks::above, 0.015, 0},
     {"sibling_busy_share", "sibling busy", "another CPU of its core was busy", Speaks::above, 0.2,
@@ -53,11 +52,8 @@ bool passes(const EvidenceKind& kind, double limit, const Evidence& evidence,
     if (kind.speaks == Speaks::above)
         return *value > limit;
     const auto reference = best.find(kind.key);
-    if (kind.speaks == Speaks::never || reference == best.end())
-        return false;
-    if (kind.speaks == Speaks::offOwnMedian)
-        return std::abs(*value / reference->second - 1) > limit;
-    return *value < limit * reference->second;
+    return kind.speaks == Speaks::belowBest && reference != best.end() &&
+           *value < limit * reference->second;
 }
 
 }  // namespace

@@ -19,11 +19,10 @@ struct EvidenceKind {
     std::string_view cause;  ///< how a verdict names it
     std::string_view text;   ///< the same in a sentence for people
     enum class Speaks {
-        above,         ///< where the value is above the limit
-        belowBest,     ///< where it is below the limit times the best of the session
-        offOwnMedian,  ///< where it differs from the median of the point's own samples by this
-                       ///< share
-        never,         ///< it only describes
+        above,      ///< where the value is above the limit
+        belowBest,  ///< where it is below the limit times the best of the session
+        together,   ///< of all samples of a point together, which the verdict looks at
+        never,      ///< it only describes
     } speaks;
     double limit;
     /// Above this, or below this share of the best, the sample is spoilt however little the samples
@@ -34,8 +33,7 @@ struct EvidenceKind {
 /// All kinds, the ones first that explain most when they speak.
 std::span<const EvidenceKind> evidenceKinds();
 
-/// The value that each kind is judged by which is not judged by itself: the best of the session or
-/// the median of the point. Absent: none is known.
+/// The best value of each kind that is judged by a best one. Absent: none is known.
 using EvidenceBest = std::map<std::string_view, double>;
 
 bool speaks(const EvidenceKind& kind, const Evidence& evidence, const EvidenceBest& best);

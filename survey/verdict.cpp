@@ -40,12 +40,16 @@ std::optional<double> medianLoad(const Point& point) {
     return loads.empty() ? std::nullopt : std::optional(median(std::move(loads)));
 }
 
-/// The samples that make a point noisy: those that are further from the headline than half of what
-/// it may vary by.
+/// The samples that make a point noisy are those that are further from the headline than half of
+/// what it may vary by.
+bool isOutlying(double off) {
+    return off > noisyHalfWidth / 2;
+}
+
 std::vector<const Detail*> outlyingDetails(const Point& point) {
     std::vector<const Detail*> outlying;
     for (std::size_t i = 0; i < point.details.size(); ++i)
-        if (std::abs(point.samples[i] / point.summary.value - 1) > noisyHalfWidth / 2)
+        if (isOutlying(std::abs(point.samples[i] / point.summary.value - 1)))
             outlying.push_back(&point.details[i]);
     return outlying;
 }
@@ -81,14 +85,28 @@ void addValues(const EvidenceKind& kind, const Point& point, std::vector<double>
             values.push_back(found->second);
 }
 
-EvidenceBest withOwnMedian(EvidenceBest best, const Point& point) {
-    for (const EvidenceKind& kind : evidenceKinds()) {
-        std::vector<double> values;
-        addValues(kind, point, values);
-        if (kind.speaks == EvidenceKind::Speaks::offOwnMedian && !values.empty())
-            best[kind.key] = median(std::move(values));
+/// The clock is to blame where it halves, or more, how far at least half of the outlying samples
+/// are off: each of them then is counted in cycles of the core's clock beside it.
+bool clockExplains(const Point& point) {
+    const bool rate = textOf(point.unit()).higherIsBetter;
+    std::vector<double> inCycles;
+    for (std::size_t i = 0; i < point.details.size(); ++i) {
+        const auto hertz = point.details[i].clockHz;
+        if (!hertz)
+            return false;
+        inCycles.push_back(rate ? point.samples[i] / *hertz : point.samples[i] * *hertz);
     }
-    return best;
+    const double middle = median(inCycles);
+    std::size_t outlying = 0, explained = 0;
+    for (std::size_t i = 0; i < point.details.size(); ++i) {
+        const double off = std::abs(point.samples[i] / point.summary.value - 1);
+        if (!isOutlying(off))
+            continue;
+        ++outlying;
+        if (2 * std::abs(inCycles[i] / middle - 1) < off)
+            ++explained;
+    }
+    return explained != 0 && 2 * explained >= outlying;
 }
 
 void judgeNoise(Point& point, const EvidenceBest& best) {
@@ -100,6 +118,8 @@ void judgeNoise(Point& point, const EvidenceBest& best) {
         for (std::string& cause : causesOf(outlyingDetails(point), best))
             if (std::ranges::find(point.causes, cause) == point.causes.end())
                 point.causes.push_back(std::move(cause));
+    if (wide && clockExplains(point))
+        point.causes.emplace_back("clock");
     if (few)
         point.causes.emplace_back("too few samples");
     if (point.verdict == Verdict::noisy && point.causes.empty())
@@ -132,8 +152,7 @@ EvidenceBest bestOf(const Session& session) {
     return best;
 }
 
-void judge(Point& point, const Session& session, const EvidenceBest& sessionBest) {
-    const EvidenceBest best = withOwnMedian(sessionBest, point);
+void judge(Point& point, const Session& session, const EvidenceBest& best) {
     point.causes.clear();
     point.summary = summarise(point.samples);
     point.load = medianLoad(point);
