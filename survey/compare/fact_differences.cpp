@@ -2,13 +2,19 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <map>
 #include <string_view>
+
+#include "survey/statistics.h"
 
 namespace survey {
 namespace {
 
 using Values = std::map<std::string, std::vector<Json>>;  // of each fact, none twice
+
+/// Of the core's clock beside the samples.
+constexpr std::string_view clockName = "samples.clock_hz";
 
 /// What differs between two sessions of one host that nobody changed.
 constexpr std::array<std::string_view, 6> fleeting{"boot_id",         "host_name",
@@ -16,7 +22,8 @@ constexpr std::array<std::string_view, 6> fleeting{"boot_id",         "host_name
                                                    "swap_used_bytes", "counter_frequency_hz"};
 
 /// What people look for first, in this order.
-constexpr std::array<std::string_view, 11> foremost{"processor.name",
+constexpr std::array<std::string_view, 12> foremost{"processor.name",
+                                                    clockName,
                                                     "processor.microcode",
                                                     "system.kernel_release",
                                                     "system.kernel_parameters",
@@ -75,6 +82,26 @@ Json oneOrAll(const Values& values, const std::string& name) {
     return found->second.size() == 1 ? found->second.front() : Json(found->second);
 }
 
+/// The median, to 10 MHz; null where no sample knows it.
+Json clockOf(const Survey& survey) {
+    std::vector<double> clocks;
+    for (const Session& session : survey.sessions)
+        for (const Point& point : session.points)
+            for (const Detail& detail : point.details)
+                if (detail.clockHz)
+                    clocks.push_back(*detail.clockHz);
+    constexpr double step = 1e7;
+    return clocks.empty() ? Json()
+                          : Json(std::llround(median(std::move(clocks)) / step) * 10'000'000);
+}
+
+/// It wanders by itself; so much shows in figures.
+bool clockDiffers(const Json& before, const Json& after) {
+    constexpr double share = 0.015;
+    return before.is_number() && after.is_number() &&
+           std::abs(after.get<double>() / before.get<double>() - 1) > share;
+}
+
 std::size_t rankOf(const FactDifference& it) {
     const auto* const found = std::ranges::find_if(
         foremost, [&](std::string_view name) { return it.name.starts_with(name); });
@@ -94,6 +121,8 @@ std::vector<FactDifference> factDifferences(const Survey& before, const Survey& 
         if (it.before != it.after)
             differences.push_back(std::move(it));
     }
+    if (const Json a = clockOf(before), b = clockOf(after); clockDiffers(a, b))
+        differences.push_back({.name = std::string(clockName), .before = a, .after = b});
     std::ranges::stable_sort(differences, {}, rankOf);
     return differences;
 }
