@@ -8,6 +8,7 @@
 
 #include "made_up.h"
 #include "run_program.h"
+#include "survey/compare/fact_differences.h"
 
 namespace survey {
 namespace {
@@ -111,6 +112,16 @@ TEST(Comparison, TakesSessionsThatAreOkAndSaysWhatMattersFirst) {
     ASSERT_EQ(comparison.facts.size(), 2u) << "what is free changes all the time";
     EXPECT_EQ(comparison.facts[0].name, "processor.microcode");
     EXPECT_EQ(comparison.facts[0].after, "0x2");
+    const auto clocked = [&before](double hertz) {
+        Survey survey = before;
+        for (Detail& detail : survey.sessions[0].points[0].details)
+            detail.clockHz = hertz;
+        return survey;
+    };
+    EXPECT_TRUE(factDifferences(clocked(3.6e9), clocked(3.62e9)).empty()) << "it wanders";
+    const auto slower = factDifferences(clocked(3.6e9), clocked(3e9));
+    ASSERT_EQ(slower.size(), 1u);
+    EXPECT_EQ(slower[0].after, 3000000000);
 }
 
 class CompareProgram : public testing::Test {
