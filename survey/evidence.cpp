@@ -21,7 +21,7 @@ constexpr auto kinds = std::to_array<EvidenceKind>({
     {"additions_per_cycle", "core shared",
      "another thread, perhaps another virtual machine's, ran on its core", Speaks::belowBest, 0.97,
      0},
-    {"clock_hz", "clock", "counted in core cycles the samples agree: the core's clock changed",
+    {"clock_hz", "clock", "counted in core cycles the samples differ far less: its clock changed",
      Speaks::together, 0, 0},
     {"clock_change_share", "clock change", "the core's clock was another before than after",
      Speaks::above, 0.015, 0},
